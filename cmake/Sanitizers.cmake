@@ -1,0 +1,6 @@
+# The test build runs under ASan and UBSan so that memory and arithmetic faults fail the tests.
+if(TIDYFOLD_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer
+                        -fno-sanitize-recover=undefined)
+    add_link_options(-fsanitize=address,undefined)
+endif()

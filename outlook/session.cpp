@@ -1,0 +1,64 @@
+#include "outlook/session.h"
+
+#include "common/failure.h"
+
+namespace tf::outlook {
+
+namespace {
+
+// The stores' top folders, in the order the stores were opened.
+class StoreFolders : public outlook::Folders {
+public:
+    explicit StoreFolders(std::shared_ptr<const Session> session) : session_(std::move(session)) {}
+    long Count() const override { return static_cast<long>(session_->stores().size()); }
+    FolderPtr Item(long index) const override {
+        if (index < 1 || index > Count()) {
+            throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
+        }
+        return session_->stores()[static_cast<std::size_t>(index - 1)]->TopFolder();
+    }
+    void Remove(long) override {
+        throw Failure(err::kAutomation,
+                      QStringLiteral("An information store cannot be deleted as a folder."));
+    }
+
+private:
+    std::shared_ptr<const Session> session_;
+};
+
+}  // namespace
+
+Session::Session(std::vector<StorePtr> stores) : stores_(std::move(stores)) {}
+
+FoldersPtr Session::Folders() const {
+    return std::make_shared<StoreFolders>(shared_from_this());
+}
+
+FolderPtr Session::GetDefaultFolder(long folderType) const {
+    if (stores_.empty()) {
+        throw Failure(err::kAutomation, QStringLiteral("No information store is open."));
+    }
+    return stores_.front()->GetDefaultFolder(folderType);
+}
+
+ItemPtr Session::GetItemFromID(const QString& entryID, const QString& storeID) const {
+    for (const StorePtr& store : stores_) {
+        if (store->StoreID() == storeID) {
+            return store->GetItemFromID(entryID);
+        }
+    }
+    throw Failure(err::kAutomation,
+                  QStringLiteral("The information store %1 is not open.").arg(storeID));
+}
+
+SessionApplication::SessionApplication(std::vector<StorePtr> stores)
+    : session_(std::make_shared<Session>(std::move(stores))) {}
+
+NameSpacePtr SessionApplication::GetNamespace(const QString& type) {
+    if (type != QLatin1String("MAPI")) {
+        throw Failure(err::kAutomation, QStringLiteral("Unknown namespace type \"%1\".").arg(type));
+    }
+    return session_;
+}
+
+}  // namespace tf::outlook

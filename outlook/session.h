@@ -1,0 +1,34 @@
+#pragma once
+
+#include <vector>
+
+#include "outlook/object_model.h"
+
+namespace tf::outlook {
+
+// The "MAPI" namespace over the open stores. The first store is the default store.
+class Session : public NameSpace, public std::enable_shared_from_this<Session> {
+public:
+    explicit Session(std::vector<StorePtr> stores);
+
+    FoldersPtr Folders() const override;
+    FolderPtr GetDefaultFolder(long folderType) const override;
+    ItemPtr GetItemFromID(const QString& entryID, const QString& storeID) const override;
+
+    const std::vector<StorePtr>& stores() const { return stores_; }
+
+private:
+    std::vector<StorePtr> stores_;
+};
+
+// The application object of a session: GetNamespace("MAPI") is the only call it knows.
+class SessionApplication : public Application {
+public:
+    explicit SessionApplication(std::vector<StorePtr> stores);
+    NameSpacePtr GetNamespace(const QString& type) override;
+
+private:
+    std::shared_ptr<Session> session_;
+};
+
+}  // namespace tf::outlook
