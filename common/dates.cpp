@@ -9,7 +9,9 @@ const QDate kEpoch(1899, 12, 30);
 constexpr double kMillisPerDay = 86'400'000.0;
 }  // namespace
 
-OleDate toOleDate(const QDate& date) { return static_cast<double>(kEpoch.daysTo(date)); }
+OleDate toOleDate(const QDate& date) {
+    return static_cast<double>(kEpoch.daysTo(date));
+}
 
 OleDate toOleDate(const QDateTime& dateTime) {
     const double days = toOleDate(dateTime.date());
@@ -19,20 +21,36 @@ OleDate toOleDate(const QDateTime& dateTime) {
     return days >= 0 ? days + fraction : days - fraction;
 }
 
-OleDate dateSerial(int year, int month, int day) { return toOleDate(QDate(year, month, day)); }
+OleDate dateSerial(int year, int month, int day) {
+    return toOleDate(QDate(year, month, day));
+}
 
-OleDate datePart(OleDate date) { return std::trunc(date); }
+OleDate datePart(OleDate date) {
+    return std::trunc(date);
+}
 
-QDate toQDate(OleDate date) { return kEpoch.addDays(static_cast<qint64>(datePart(date))); }
+QDate toQDate(OleDate date) {
+    return kEpoch.addDays(static_cast<qint64>(datePart(date)));
+}
 
 QDateTime toQDateTime(OleDate date) {
     const double fraction = std::fabs(date - datePart(date));
-    const int msecs = static_cast<int>(std::llround(fraction * kMillisPerDay));
-    return QDateTime(toQDate(date), QTime(0, 0)).addMSecs(msecs);
+    const long long msecs = std::llround(fraction * kMillisPerDay);
+    const QDate day = toQDate(date);
+    // The fraction is the wall-clock time. Build it directly: adding milliseconds to midnight
+    // would be off by the shift on a day when the clocks change.
+    if (msecs >= static_cast<long long>(kMillisPerDay)) {
+        return QDateTime(day.addDays(1), QTime(0, 0));
+    }
+    return QDateTime(day, QTime::fromMSecsSinceStartOfDay(static_cast<int>(msecs)));
 }
 
-bool isNoDate(OleDate date) { return datePart(date) == kNoDate; }
+bool isNoDate(OleDate date) {
+    return datePart(date) == kNoDate;
+}
 
-QString formatDate(OleDate date) { return toQDate(date).toString(QStringLiteral("yyyy-MM-dd")); }
+QString formatDate(OleDate date) {
+    return toQDate(date).toString(QStringLiteral("yyyy-MM-dd"));
+}
 
 }  // namespace tf
