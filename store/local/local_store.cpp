@@ -1,0 +1,884 @@
+#include "store/local/local_store.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+
+#include "common/failure.h"
+#include "outlook/constants.h"
+#include "outlook/item_window.h"
+#include "store/local/schema.h"
+#include "store/local/sqlite_db.h"
+
+namespace tf::store::local {
+
+namespace {
+
+using outlook::FolderPtr;
+using outlook::FoldersPtr;
+using outlook::ItemPtr;
+using outlook::ItemsPtr;
+
+// Rows are read in pages: a window loop over Items.Item(1..N) costs one query per page.
+constexpr long kPageSize = 512;
+constexpr std::size_t kRowCacheLimit = 4 * kPageSize;
+
+// Which properties an item class carries, as on Outlook's own item objects: received messages
+// (mail, post, report, meeting messages) have ReceivedTime; tasks and task requests DueDate and
+// DateCompleted; appointments and journal entries End. Every class has LastModificationTime.
+bool hasSender(long c) {
+    return c == 43 || c == 45 || c == 46 || (c >= 49 && c <= 57);
+}
+bool hasReceivedTime(long c) {
+    return c == 43 || c == 45 || c == 46 || (c >= 53 && c <= 57);
+}
+bool hasTaskDates(long c) {
+    return c == 48 || (c >= 49 && c <= 52);
+}
+bool hasEnd(long c) {
+    return c == 26 || c == 42;
+}
+
+[[noreturn]] void notSupported() {
+    throw Failure(err::kNotSupported,
+                  QStringLiteral("Object doesn't support this property or method"));
+}
+
+[[noreturn]] void outOfBounds() {
+    throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
+}
+
+[[noreturn]] void itemGone() {
+    throw Failure(err::kAutomation,
+                  QStringLiteral("The operation failed. The item no longer exists; it has been "
+                                 "deleted since it was read."));
+}
+
+[[noreturn]] void folderGone(const QString& name) {
+    throw Failure(
+        err::kAutomation,
+        QStringLiteral("The operation failed. The folder \"%1\" no longer exists.").arg(name));
+}
+
+struct Row {
+    qint64 id = 0;
+    qint64 store = 0;
+    qint64 folder = 0;
+    QString entryId;
+    long itemClass = 0;
+    QString subject;
+    QString body;
+    QString sender;
+    bool hasSender = false;
+    OleDate received = kNoDate;
+    OleDate modified = kNoDate;
+    OleDate due = kNoDate;
+    OleDate completed = kNoDate;
+    OleDate end = kNoDate;
+    bool unread = false;
+};
+using RowPtr = std::shared_ptr<const Row>;
+
+#define TF_ITEM_COLUMNS                                                                    \
+    "id, store, folder, entry_id, class, subject, body, sender, received, modified, due, " \
+    "completed, end_time, unread"
+
+OleDate dateAt(const Statement& s, int column) {
+    return s.isNull(column) ? kNoDate : s.real(column);
+}
+
+RowPtr readRow(const Statement& s, int first) {
+    auto row = std::make_shared<Row>();
+    row->id = s.int64(first);
+    row->store = s.int64(first + 1);
+    row->folder = s.int64(first + 2);
+    row->entryId = s.text(first + 3);
+    row->itemClass = static_cast<long>(s.int64(first + 4));
+    row->subject = s.text(first + 5);
+    row->body = s.text(first + 6);
+    row->hasSender = !s.isNull(first + 7);
+    row->sender = s.text(first + 7);
+    row->received = dateAt(s, first + 8);
+    row->modified = dateAt(s, first + 9);
+    row->due = dateAt(s, first + 10);
+    row->completed = dateAt(s, first + 11);
+    row->end = dateAt(s, first + 12);
+    row->unread = s.int64(first + 13) != 0;
+    return row;
+}
+
+struct FolderRow {
+    qint64 id = 0;
+    qint64 store = 0;
+    qint64 parent = 0;  // 0: a store's top folder
+    QString name;
+    QString entryId;
+    long defaultType = 0;
+    long defaultFolder = 0;
+};
+
+#define TF_FOLDER_COLUMNS \
+    "id, store, coalesce(parent, 0), name, entry_id, default_type, default_folder"
+
+FolderRow readFolder(const Statement& s) {
+    FolderRow f;
+    f.id = s.int64(0);
+    f.store = s.int64(1);
+    f.parent = s.int64(2);
+    f.name = s.text(3);
+    f.entryId = s.text(4);
+    f.defaultType = static_cast<long>(s.int64(5));
+    f.defaultFolder = static_cast<long>(s.int64(6));
+    return f;
+}
+
+// The positions of one folder's items: their seq numbers in order. Removing the first or the
+// last item is O(1), so deleting a folder's items one by one from either end stays linear.
+struct FolderIndex {
+    std::vector<qint64> seqs;
+    std::size_t head = 0;
+    std::unordered_map<qint64, RowPtr> rows;  // seq -> row, a few pages at most
+
+    long count() const { return static_cast<long>(seqs.size() - head); }
+    qint64 at(long position) const { return seqs[head + static_cast<std::size_t>(position)]; }
+    void erase(qint64 seq) {
+        rows.erase(seq);
+        if (count() == 0) {
+            return;
+        }
+        if (seqs[head] == seq) {
+            ++head;
+            if (head >= 4096 && head * 2 >= seqs.size()) {
+                seqs.erase(seqs.begin(), seqs.begin() + static_cast<std::ptrdiff_t>(head));
+                head = 0;
+            }
+        } else if (seqs.back() == seq) {
+            seqs.pop_back();
+        } else {
+            auto found =
+                std::lower_bound(seqs.begin() + static_cast<std::ptrdiff_t>(head), seqs.end(), seq);
+            if (found != seqs.end() && *found == seq) {
+                seqs.erase(found);
+            }
+        }
+    }
+};
+
+// What all stores of one file share: the connection and the position caches.
+class File : public std::enable_shared_from_this<File> {
+  public:
+    explicit File(const QString& path) : db(path, Database::Mode::ReadWrite) {}
+
+    Database db;
+    QString location;
+    std::unordered_map<qint64, QString> storeIds;  // stores.id -> StoreID
+
+    // Drops every cache when another connection has changed the file since.
+    void sync() {
+        Statement s = db.prepare("PRAGMA data_version");
+        s.step();
+        const qint64 version = s.int64(0);
+        if (version != dataVersion_) {
+            indexes_.clear();
+            dataVersion_ = version;
+        }
+    }
+
+    FolderIndex& index(qint64 folder) {
+        auto found = indexes_.find(folder);
+        if (found != indexes_.end()) {
+            return found->second;
+        }
+        FolderIndex fresh;
+        Statement s = db.prepare("SELECT seq FROM items WHERE folder = ? ORDER BY seq");
+        s.bind(1, folder);
+        while (s.step()) {
+            fresh.seqs.push_back(s.int64(0));
+        }
+        return indexes_.emplace(folder, std::move(fresh)).first->second;
+    }
+
+    long count(qint64 folder) {
+        sync();
+        return index(folder).count();
+    }
+
+    RowPtr rowAt(qint64 folder, long position) {
+        {
+            FolderIndex& idx = index(folder);
+            if (position < 0 || position >= idx.count()) {
+                outOfBounds();
+            }
+            auto found = idx.rows.find(idx.at(position));
+            if (found != idx.rows.end()) {
+                return found->second;
+            }
+        }
+        sync();
+        FolderIndex& idx = index(folder);
+        if (position >= idx.count()) {
+            outOfBounds();
+        }
+        const long first = position / kPageSize * kPageSize;
+        const long last = std::min(first + kPageSize, idx.count()) - 1;
+        if (idx.rows.size() >= kRowCacheLimit) {
+            idx.rows.clear();
+        }
+        Statement s = db.prepare("SELECT seq, " TF_ITEM_COLUMNS
+                                 " FROM items WHERE folder = ? AND seq BETWEEN ? AND ? "
+                                 "ORDER BY seq");
+        s.bind(1, folder).bind(2, idx.at(first)).bind(3, idx.at(last));
+        while (s.step()) {
+            idx.rows[s.int64(0)] = readRow(s, 1);
+        }
+        auto found = idx.rows.find(idx.at(position));
+        if (found == idx.rows.end()) {
+            indexes_.erase(folder);
+            itemGone();
+        }
+        return found->second;
+    }
+
+    std::optional<FolderRow> folderById(qint64 id) {
+        Statement s = db.prepare("SELECT " TF_FOLDER_COLUMNS " FROM folders WHERE id = ?");
+        s.bind(1, id);
+        if (!s.step()) {
+            return std::nullopt;
+        }
+        return readFolder(s);
+    }
+
+    // The folder as it is now; fails when it has been deleted since it was read.
+    FolderRow currentFolder(const FolderRow& folder) {
+        std::optional<FolderRow> now = folderById(folder.id);
+        if (!now || now->entryId != folder.entryId) {
+            folderGone(folder.name);
+        }
+        return *now;
+    }
+
+    std::optional<FolderRow> childAt(qint64 parent, long index) {
+        if (index < 1) {
+            return std::nullopt;
+        }
+        Statement s = db.prepare("SELECT " TF_FOLDER_COLUMNS
+                                 " FROM folders WHERE parent = ? ORDER BY id LIMIT 1 OFFSET ?");
+        s.bind(1, parent).bind(2, static_cast<qint64>(index - 1));
+        if (!s.step()) {
+            return std::nullopt;
+        }
+        return readFolder(s);
+    }
+
+    long childCount(qint64 parent) {
+        Statement s = db.prepare("SELECT count(*) FROM folders WHERE parent = ?");
+        s.bind(1, parent);
+        s.step();
+        return static_cast<long>(s.int64(0));
+    }
+
+    std::optional<FolderRow> defaultFolder(qint64 store, long type) {
+        Statement s = db.prepare("SELECT " TF_FOLDER_COLUMNS
+                                 " FROM folders WHERE store = ? AND default_folder = ? "
+                                 "ORDER BY id LIMIT 1");
+        s.bind(1, store).bind(2, type);
+        if (!s.step()) {
+            return std::nullopt;
+        }
+        return readFolder(s);
+    }
+
+    RowPtr itemByEntryId(qint64 store, const QString& entryId) {
+        Statement s =
+            db.prepare("SELECT " TF_ITEM_COLUMNS " FROM items WHERE store = ? AND entry_id = ?");
+        s.bind(1, store).bind(2, entryId.toUpper());
+        if (!s.step()) {
+            return nullptr;
+        }
+        return readRow(s, 0);
+    }
+
+    // The folder that holds the item now, or nothing when the item is gone.
+    std::optional<qint64> folderOfItem(const Row& row) {
+        Statement s = db.prepare("SELECT folder FROM items WHERE id = ? AND entry_id = ?");
+        s.bind(1, row.id).bind(2, row.entryId);
+        if (!s.step()) {
+            return std::nullopt;
+        }
+        return s.int64(0);
+    }
+
+    // Item::Delete: a move to the end of the store's Deleted Items, or a delete for good there.
+    void deleteItem(const Row& row) {
+        sync();
+        qint64 from = 0;
+        qint64 seq = 0;
+        qint64 newSeq = 0;
+        qint64 trash = 0;
+        {
+            Transaction tx(db);
+            {
+                Statement s =
+                    db.prepare("SELECT folder, seq FROM items WHERE id = ? AND entry_id = ?");
+                s.bind(1, row.id).bind(2, row.entryId);
+                if (!s.step()) {
+                    itemGone();
+                }
+                from = s.int64(0);
+                seq = s.int64(1);
+            }
+            std::optional<FolderRow> deleted =
+                defaultFolder(row.store, outlook::olFolderDeletedItems);
+            if (!deleted) {
+                throw Failure(err::kAutomation,
+                              QStringLiteral("The operation failed. The store has no "
+                                             "\"Deleted Items\" folder."));
+            }
+            trash = deleted->id;
+            if (from == trash) {
+                Statement s = db.prepare("DELETE FROM items WHERE id = ?");
+                s.bind(1, row.id).run();
+            } else {
+                {
+                    Statement s =
+                        db.prepare("SELECT coalesce(max(seq), 0) + 1 FROM items WHERE folder = ?");
+                    s.bind(1, trash);
+                    s.step();
+                    newSeq = s.int64(0);
+                }
+                Statement s = db.prepare("UPDATE items SET folder = ?, seq = ? WHERE id = ?");
+                s.bind(1, trash).bind(2, newSeq).bind(3, row.id).run();
+            }
+            tx.commit();
+        }
+        forget(from, seq);
+        if (from != trash) {
+            auto found = indexes_.find(trash);
+            if (found != indexes_.end()) {
+                found->second.seqs.push_back(newSeq);
+            }
+        }
+    }
+
+    // Items::Remove: deletes the item at a position for good.
+    void removeAt(qint64 folder, long position) {
+        sync();
+        const long total = index(folder).count();
+        if (position < 1 || position > total) {
+            outOfBounds();
+        }
+        const qint64 seq = index(folder).at(position - 1);
+        {
+            Transaction tx(db);
+            Statement s = db.prepare("DELETE FROM items WHERE folder = ? AND seq = ?");
+            s.bind(1, folder).bind(2, seq).run();
+            if (db.changes() != 1) {
+                indexes_.erase(folder);
+                itemGone();
+            }
+            tx.commit();
+        }
+        forget(folder, seq);
+    }
+
+    // Folders::Remove: the folder with its sub-folders and their items, for good.
+    void removeChild(qint64 parent, long position) {
+        sync();
+        std::vector<qint64> doomed;
+        {
+            Transaction tx(db);
+            std::optional<FolderRow> child = childAt(parent, position);
+            if (!child) {
+                outOfBounds();
+            }
+            if (child->defaultFolder != 0) {
+                throw Failure(err::kAutomation,
+                              QStringLiteral("Cannot delete this folder. \"%1\" is a standard "
+                                             "folder of the store.")
+                                  .arg(child->name));
+            }
+            {
+                Statement s = db.prepare(
+                    "WITH RECURSIVE sub(id) AS (SELECT ? UNION ALL "
+                    "SELECT f.id FROM folders f JOIN sub ON f.parent = sub.id) SELECT id FROM sub");
+                s.bind(1, child->id);
+                while (s.step()) {
+                    doomed.push_back(s.int64(0));
+                }
+            }
+            for (qint64 id : doomed) {
+                Statement items = db.prepare("DELETE FROM items WHERE folder = ?");
+                items.bind(1, id).run();
+                Statement folders = db.prepare("DELETE FROM folders WHERE id = ?");
+                folders.bind(1, id).run();
+            }
+            tx.commit();
+        }
+        for (qint64 id : doomed) {
+            indexes_.erase(id);
+        }
+    }
+
+  private:
+    void forget(qint64 folder, qint64 seq) {
+        auto found = indexes_.find(folder);
+        if (found != indexes_.end()) {
+            found->second.erase(seq);
+        }
+    }
+
+    std::unordered_map<qint64, FolderIndex> indexes_;
+    qint64 dataVersion_ = -1;
+};
+using FilePtr = std::shared_ptr<File>;
+
+class LocalMapiObject : public outlook::MapiObject {
+  public:
+    explicit LocalMapiObject(RowPtr row) : row_(std::move(row)) {}
+    std::optional<QString> property(std::uint32_t tag) const override {
+        switch (tag) {
+            case outlook::PR_SENDER_NAME:
+            case 0x0C1A001F:
+                if (hasSender(row_->itemClass) && row_->hasSender) {
+                    return row_->sender;
+                }
+                return std::nullopt;
+            case 0x0037001E:  // PR_SUBJECT
+            case 0x0037001F:
+                return row_->subject;
+            default:
+                return std::nullopt;
+        }
+    }
+
+  private:
+    RowPtr row_;
+};
+
+FolderPtr makeFolder(const FilePtr& file, const FolderRow& row);
+
+QString className(long c) {
+    switch (c) {
+        case 26:
+            return QStringLiteral("Appointment");
+        case 40:
+            return QStringLiteral("Contact");
+        case 42:
+            return QStringLiteral("Journal Entry");
+        case 43:
+            return QStringLiteral("Message");
+        case 44:
+            return QStringLiteral("Note");
+        case 45:
+            return QStringLiteral("Post");
+        case 46:
+            return QStringLiteral("Report");
+        case 48:
+            return QStringLiteral("Task");
+        case 49:
+        case 50:
+        case 51:
+        case 52:
+            return QStringLiteral("Task Request");
+        case 53:
+            return QStringLiteral("Meeting Request");
+        case 54:
+            return QStringLiteral("Meeting Cancellation");
+        case 55:
+        case 56:
+        case 57:
+            return QStringLiteral("Meeting Response");
+        case 69:
+            return QStringLiteral("Distribution List");
+        default:
+            return QStringLiteral("Item");
+    }
+}
+
+QString dateText(OleDate date) {
+    if (isNoDate(date)) {
+        return QStringLiteral("None");
+    }
+    return toQDateTime(date).toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
+class LocalItem : public outlook::Item {
+  public:
+    LocalItem(FilePtr file, RowPtr row) : file_(std::move(file)), row_(std::move(row)) {}
+
+    long Class() const override { return row_->itemClass; }
+    QString Subject() const override { return row_->subject; }
+    QString EntryID() const override { return row_->entryId; }
+    QString Body() const override { return row_->body; }
+    outlook::MapiObjectPtr MAPIOBJECT() const override {
+        return std::make_shared<LocalMapiObject>(row_);
+    }
+    OleDate ReceivedTime() const override {
+        if (!hasReceivedTime(row_->itemClass)) {
+            notSupported();
+        }
+        return row_->received;
+    }
+    OleDate LastModificationTime() const override { return row_->modified; }
+    OleDate DateCompleted() const override {
+        if (!hasTaskDates(row_->itemClass)) {
+            notSupported();
+        }
+        return row_->completed;
+    }
+    OleDate DueDate() const override {
+        if (!hasTaskDates(row_->itemClass)) {
+            notSupported();
+        }
+        return row_->due;
+    }
+    OleDate End() const override {
+        if (!hasEnd(row_->itemClass)) {
+            notSupported();
+        }
+        return row_->end;
+    }
+    bool UnRead() const override { return row_->unread; }
+
+    FolderPtr Parent() const override {
+        std::optional<qint64> folder = file_->folderOfItem(*row_);
+        if (!folder) {
+            itemGone();
+        }
+        std::optional<FolderRow> row = file_->folderById(*folder);
+        if (!row) {
+            itemGone();
+        }
+        return makeFolder(file_, *row);
+    }
+
+    void Delete() override { file_->deleteItem(*row_); }
+
+    void Display() override {
+        outlook::ItemContent content;
+        const long c = row_->itemClass;
+        const QString subject =
+            row_->subject.isEmpty() ? QStringLiteral("(no subject)") : row_->subject;
+        content.caption = subject + QStringLiteral(" - ") + className(c);
+        auto add = [&content](const QString& label, const QString& value) {
+            content.fields.append(qMakePair(label, value));
+        };
+        if (hasSender(c)) {
+            add(QStringLiteral("From"), row_->sender);
+        }
+        add(c == 40 || c == 69 ? QStringLiteral("Name") : QStringLiteral("Subject"), row_->subject);
+        if (hasReceivedTime(c)) {
+            add(QStringLiteral("Received"), dateText(row_->received));
+        }
+        if (hasTaskDates(c)) {
+            add(QStringLiteral("Due"), dateText(row_->due));
+            add(QStringLiteral("Completed"), dateText(row_->completed));
+        }
+        if (hasEnd(c)) {
+            add(QStringLiteral("End"), dateText(row_->end));
+        }
+        add(QStringLiteral("Modified"), dateText(row_->modified));
+        content.body = row_->body;
+        outlook::displayItem(content);
+    }
+
+  private:
+    FilePtr file_;
+    RowPtr row_;
+};
+
+class LocalItems : public outlook::Items {
+  public:
+    LocalItems(FilePtr file, qint64 folder) : file_(std::move(file)), folder_(folder) {}
+    long Count() const override { return file_->count(folder_); }
+    ItemPtr Item(long index) const override {
+        if (index < 1) {
+            outOfBounds();
+        }
+        return std::make_shared<LocalItem>(file_, file_->rowAt(folder_, index - 1));
+    }
+    void Remove(long index) override { file_->removeAt(folder_, index); }
+
+  private:
+    FilePtr file_;
+    qint64 folder_;
+};
+
+class LocalFolders : public outlook::Folders {
+  public:
+    LocalFolders(FilePtr file, qint64 parent) : file_(std::move(file)), parent_(parent) {}
+    long Count() const override { return file_->childCount(parent_); }
+    FolderPtr Item(long index) const override {
+        std::optional<FolderRow> child = file_->childAt(parent_, index);
+        if (!child) {
+            outOfBounds();
+        }
+        return makeFolder(file_, *child);
+    }
+    void Remove(long index) override { file_->removeChild(parent_, index); }
+
+  private:
+    FilePtr file_;
+    qint64 parent_;
+};
+
+class LocalFolder : public outlook::MAPIFolder {
+  public:
+    LocalFolder(FilePtr file, FolderRow row) : file_(std::move(file)), row_(std::move(row)) {}
+
+    FolderPtr Parent() const override {
+        const FolderRow now = file_->currentFolder(row_);
+        if (now.parent == 0) {
+            return nullptr;
+        }
+        std::optional<FolderRow> parent = file_->folderById(now.parent);
+        if (!parent) {
+            folderGone(row_.name);
+        }
+        return makeFolder(file_, *parent);
+    }
+    long DefaultItemType() const override { return row_.defaultType; }
+    QString EntryID() const override { return row_.entryId; }
+    FoldersPtr Folders() const override {
+        file_->currentFolder(row_);
+        return std::make_shared<LocalFolders>(file_, row_.id);
+    }
+    ItemsPtr Items() const override {
+        file_->currentFolder(row_);
+        return std::make_shared<LocalItems>(file_, row_.id);
+    }
+    QString Name() const override { return row_.name; }
+    QString StoreID() const override { return file_->storeIds.at(row_.store); }
+
+  private:
+    FilePtr file_;
+    FolderRow row_;
+};
+
+FolderPtr makeFolder(const FilePtr& file, const FolderRow& row) {
+    return std::make_shared<LocalFolder>(file, row);
+}
+
+class LocalStore : public outlook::Store {
+  public:
+    LocalStore(FilePtr file, qint64 id, qint64 topFolder)
+        : file_(std::move(file)), id_(id), topFolder_(topFolder) {}
+
+    FolderPtr TopFolder() const override {
+        std::optional<FolderRow> top = file_->folderById(topFolder_);
+        if (!top) {
+            throw Failure(
+                err::kAutomation,
+                QStringLiteral("The store in %1 has lost its top folder.").arg(file_->location));
+        }
+        return makeFolder(file_, *top);
+    }
+    FolderPtr GetDefaultFolder(long folderType) const override {
+        std::optional<FolderRow> folder = file_->defaultFolder(id_, folderType);
+        if (!folder || folderType == 0) {
+            throw Failure(
+                err::kAutomation,
+                QStringLiteral("The store has no default folder of type %1.").arg(folderType));
+        }
+        return makeFolder(file_, *folder);
+    }
+    ItemPtr GetItemFromID(const QString& entryID) const override {
+        RowPtr row = file_->itemByEntryId(id_, entryID);
+        if (!row) {
+            throw Failure(err::kAutomation,
+                          QStringLiteral("The operation failed. An object could not be found: "
+                                         "the item %1 is not in the store; it may have been "
+                                         "deleted.")
+                              .arg(entryID));
+        }
+        return std::make_shared<LocalItem>(file_, row);
+    }
+    QString StoreID() const override { return file_->storeIds.at(id_); }
+    QString location() const override { return file_->location; }
+
+  private:
+    FilePtr file_;
+    qint64 id_;
+    qint64 topFolder_;
+};
+
+[[noreturn]] void notAStore(const QString& path, const QString& why) {
+    throw Failure(err::kAutomation, QStringLiteral("The file %1 is not a Tidyfold store file (%2).")
+                                        .arg(QDir::toNativeSeparators(path), why));
+}
+
+// Refuses files that SQLite would open without complaint but cannot be a sound store: empty,
+// foreign, or shorter than their own header says (a truncated copy).
+void checkHeader(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw Failure(err::kPermissionDenied,
+                      QStringLiteral("The store file %1 cannot be read (%2).")
+                          .arg(QDir::toNativeSeparators(path), file.errorString()));
+    }
+    const QByteArray header = file.read(100);
+    if (header.isEmpty()) {
+        notAStore(path, QStringLiteral("the file is empty"));
+    }
+    if (header.size() < 100 || !header.startsWith(QByteArray("SQLite format 3\0", 16))) {
+        notAStore(path, QStringLiteral("it is not an SQLite database"));
+    }
+    auto u32 = [&header](int at) {
+        const auto* p = reinterpret_cast<const unsigned char*>(header.constData() + at);
+        return (quint32(p[0]) << 24) | (quint32(p[1]) << 16) | (quint32(p[2]) << 8) | p[3];
+    };
+    const auto* p = reinterpret_cast<const unsigned char*>(header.constData());
+    quint64 pageSize = (quint64(p[16]) << 8) | p[17];
+    if (pageSize == 1) {
+        pageSize = 65536;
+    }
+    const quint64 pages = u32(28);
+    const bool sizeValid = pages != 0 && u32(24) == u32(92);
+    // With a non-empty log, pages may still live only there; then SQLite's own checks apply.
+    const QFileInfo wal(path + QStringLiteral("-wal"));
+    if (sizeValid && !(wal.exists() && wal.size() > 0) &&
+        static_cast<quint64>(file.size()) < pages * pageSize) {
+        throw Failure(err::kAutomation,
+                      QStringLiteral("The store file %1 is damaged and cannot be used (it is "
+                                     "shorter than its own header says; it may have been cut "
+                                     "off while being copied).")
+                          .arg(QDir::toNativeSeparators(path)));
+    }
+}
+
+void checkAccess(const QString& path) {
+    const QFileInfo info(path);
+    const QString file = QDir::toNativeSeparators(path);
+    if (!info.exists()) {
+        throw Failure(err::kFileNotFound,
+                      QStringLiteral("The store file %1 does not exist.").arg(file));
+    }
+    if (info.isDir()) {
+        throw Failure(err::kFileNotFound,
+                      QStringLiteral("%1 is a folder, not a store file.").arg(file));
+    }
+    const auto writeBits = QFileDevice::WriteOwner | QFileDevice::WriteUser |
+                           QFileDevice::WriteGroup | QFileDevice::WriteOther;
+    if (!info.isWritable() || (info.permissions() & writeBits) == 0) {
+        throw Failure(err::kPermissionDenied,
+                      QStringLiteral("The store file %1 is read-only. Tidyfold removes items "
+                                     "from the store and must be able to change the file; make "
+                                     "it writable and try again.")
+                          .arg(file));
+    }
+    const QFileInfo dir(info.absolutePath());
+    if (!dir.isWritable()) {
+        throw Failure(err::kPermissionDenied,
+                      QStringLiteral("The folder of the store file %1 is read-only. Tidyfold "
+                                     "keeps its change log beside the store and must be able to "
+                                     "write there.")
+                          .arg(file));
+    }
+}
+
+}  // namespace
+
+std::vector<outlook::StorePtr> openLocalStores(const QString& path) {
+    checkAccess(path);
+    checkHeader(path);
+    auto file = std::make_shared<File>(path);
+    file->location = QStringLiteral("local:") + QFileInfo(path).absoluteFilePath();
+    Database& db = file->db;
+    {
+        Statement s = db.prepare(
+            "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name IN "
+            "('meta', 'stores', 'folders', 'items')");
+        s.step();
+        if (s.int64(0) != 4) {
+            notAStore(path, QStringLiteral("it holds no Tidyfold store"));
+        }
+    }
+    {
+        Statement s = db.prepare("SELECT value FROM meta WHERE key = 'format'");
+        if (!s.step() || s.text(0) != QLatin1String(schema::kFormat)) {
+            notAStore(path, QStringLiteral("its format marker is missing"));
+        }
+    }
+    {
+        Statement s = db.prepare("SELECT value FROM meta WHERE key = 'schema_version'");
+        bool ok = false;
+        const int version = s.step() ? s.text(0).toInt(&ok) : 0;
+        if (!ok || version < 1) {
+            notAStore(path, QStringLiteral("its version is unknown"));
+        }
+        if (version > schema::kVersion) {
+            throw Failure(err::kAutomation,
+                          QStringLiteral("The store file %1 was written by a newer version of "
+                                         "Tidyfold (store format %2; this version reads up to "
+                                         "%3). Please update Tidyfold.")
+                              .arg(QDir::toNativeSeparators(path))
+                              .arg(version)
+                              .arg(schema::kVersion));
+        }
+    }
+    {
+        // WAL with synchronous=NORMAL: a killed process loses at most its unfinished step.
+        Statement s = db.prepare("PRAGMA journal_mode=WAL");
+        s.step();
+        db.exec("PRAGMA synchronous=NORMAL");
+    }
+    std::vector<outlook::StorePtr> stores;
+    Statement s = db.prepare("SELECT id, store_id, top_folder FROM stores ORDER BY id");
+    while (s.step()) {
+        file->storeIds[s.int64(0)] = s.text(1);
+        stores.push_back(std::make_shared<LocalStore>(file, s.int64(0), s.int64(2)));
+    }
+    return stores;
+}
+
+QStringList checkStoreFile(const QString& path) {
+    QStringList problems;
+    if (!QFileInfo::exists(path)) {
+        return {QStringLiteral("The store file %1 does not exist.").arg(path)};
+    }
+    try {
+        Database db(path, Database::Mode::ReadOnly);
+        auto list = [&db, &problems](const char* sql, const QString& what) {
+            Statement s = db.prepare(sql);
+            while (s.step()) {
+                problems << what.arg(s.text(0));
+            }
+        };
+        {
+            Statement s = db.prepare("PRAGMA integrity_check");
+            while (s.step()) {
+                if (s.text(0) != QLatin1String("ok")) {
+                    problems << QStringLiteral("integrity: ") + s.text(0);
+                }
+            }
+        }
+        list(
+            "SELECT i.entry_id FROM items i LEFT JOIN folders f ON f.id = i.folder "
+            "WHERE f.id IS NULL",
+            QStringLiteral("item %1 lies in a folder that does not exist"));
+        list(
+            "SELECT i.entry_id FROM items i JOIN folders f ON f.id = i.folder "
+            "WHERE f.store <> i.store",
+            QStringLiteral("item %1 lies in a folder of another store"));
+        list("SELECT folder || ':' || seq FROM items GROUP BY folder, seq HAVING count(*) > 1",
+             QStringLiteral("two items share the position %1"));
+        list("SELECT entry_id FROM items GROUP BY store, entry_id HAVING count(*) > 1",
+             QStringLiteral("EntryID %1 is used twice in one store"));
+        list(
+            "SELECT f.name FROM folders f LEFT JOIN folders p ON p.id = f.parent "
+            "WHERE f.parent IS NOT NULL AND p.id IS NULL",
+            QStringLiteral("folder %1 has lost its parent folder"));
+        list(
+            "SELECT s.store_id FROM stores s LEFT JOIN folders f ON f.id = s.top_folder "
+            "WHERE f.id IS NULL",
+            QStringLiteral("store %1 has lost its top folder"));
+    } catch (const Failure& failure) {
+        problems << failure.description();
+    }
+    return problems;
+}
+
+}  // namespace tf::store::local

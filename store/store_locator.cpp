@@ -1,0 +1,117 @@
+#include "store/store_locator.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include "common/failure.h"
+#include "outlook/session.h"
+#include "store/local/local_store.h"
+#include "store/local/sample_content.h"
+
+namespace tf::store {
+
+namespace {
+
+const QString kLocalScheme = QStringLiteral("local:");
+
+QString expandHome(const QString& path) {
+    if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/"))) {
+        return QDir::homePath() + path.mid(1);
+    }
+    return path;
+}
+
+// A scheme is letters followed by a colon, as in "local:" or "maildir:"; a Windows drive
+// letter ("C:") is a path, not a scheme.
+QString schemeOf(const QString& location) {
+    const qsizetype colon = location.indexOf(QLatin1Char(':'));
+    if (colon < 2) {
+        return {};
+    }
+    for (qsizetype i = 0; i < colon; ++i) {
+        if (!location[i].isLetter()) {
+            return {};
+        }
+    }
+    return location.left(colon + 1).toLower();
+}
+
+}  // namespace
+
+std::vector<outlook::StorePtr> openStores(const QString& location) {
+    const QString scheme = schemeOf(location);
+    if (scheme.isEmpty() || scheme == kLocalScheme) {
+        const QString path = expandHome(scheme.isEmpty() ? location : location.mid(6));
+        if (path.isEmpty()) {
+            throw Failure(err::kInvalidArgument, QStringLiteral("No store file was named."));
+        }
+        return local::openLocalStores(QFileInfo(path).absoluteFilePath());
+    }
+    throw Failure(err::kInvalidArgument,
+                  QStringLiteral("\"%1\" is not a kind of store Tidyfold knows. Name a store file "
+                                 "as local:FILE or as a plain path.")
+                      .arg(scheme));
+}
+
+QString defaultStorePath() {
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation))
+        .filePath(QStringLiteral("Tidyfold/default.tidystore"));
+}
+
+StoreApplicationSource::StoreApplicationSource(QStringList locations, QString defaultStore)
+    : locations_(std::move(locations)), defaultStore_(std::move(defaultStore)) {}
+
+outlook::ApplicationPtr StoreApplicationSource::GetObject() {
+    if (locations_.isEmpty()) {
+        return nullptr;
+    }
+    std::vector<outlook::StorePtr> stores;
+    for (const QString& location : locations_) {
+        try {
+            for (outlook::StorePtr& store : openStores(location)) {
+                stores.push_back(std::move(store));
+            }
+        } catch (const Failure& failure) {
+            throw Failure(failure.number(),
+                          QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n%2")
+                              .arg(location, failure.description()),
+                          failure.source());
+        }
+    }
+    return std::make_shared<outlook::SessionApplication>(std::move(stores));
+}
+
+outlook::ApplicationPtr StoreApplicationSource::CreateObject() {
+    if (!QFileInfo::exists(defaultStore_)) {
+        const QFileInfo info(defaultStore_);
+        if (!QDir().mkpath(info.absolutePath())) {
+            throw Failure(err::kPermissionDenied,
+                          QStringLiteral("The folder %1 for the default store could not be made.")
+                              .arg(info.absolutePath()));
+        }
+        // Written aside and renamed into place, so that an interrupted first run never leaves a
+        // half-made default store behind.
+        const QString partial = defaultStore_ + QStringLiteral(".partial");
+        QFile::remove(partial);
+        local::SampleOptions options;
+        local::writeSampleStoreFile(partial, options);
+        if (!QFile::rename(partial, defaultStore_)) {
+            QFile::remove(partial);
+            throw Failure(err::kPermissionDenied,
+                          QStringLiteral("The default store %1 could not be written.")
+                              .arg(defaultStore_));
+        }
+    }
+    try {
+        return std::make_shared<outlook::SessionApplication>(local::openLocalStores(defaultStore_));
+    } catch (const Failure& failure) {
+        throw Failure(failure.number(),
+                      QStringLiteral("The default store could not be opened.\r\n\r\n%1")
+                          .arg(failure.description()),
+                      failure.source());
+    }
+}
+
+}  // namespace tf::store

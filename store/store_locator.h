@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <vector>
+
+#include "outlook/application_source.h"
+#include "outlook/object_model.h"
+
+namespace tf::store {
+
+// Opens the stores at a location as the user writes it: "local:FILE" or a plain FILE path for the
+// embedded store file (which may hold several stores). Throws a Failure that names the location
+// and the reason.
+std::vector<outlook::StorePtr> openStores(const QString& location);
+
+// Where the default store lives: default.tidystore in the user's data folder for Tidyfold.
+QString defaultStorePath();
+
+// The session's source for the program: the stores named on the command line, else the default
+// store, made with sample content the first time.
+class StoreApplicationSource : public ApplicationSource {
+public:
+    StoreApplicationSource(QStringList locations, QString defaultStore);
+    outlook::ApplicationPtr GetObject() override;
+    outlook::ApplicationPtr CreateObject() override;
+
+private:
+    QStringList locations_;
+    QString defaultStore_;
+};
+
+}  // namespace tf::store
