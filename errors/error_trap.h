@@ -17,7 +17,7 @@ Failure asFailure(const std::exception& e);
 
 // The label stack with its current error and the switch that makes procedures trap failures.
 class ErrorContext {
-public:
+  public:
     explicit ErrorContext(Prompter& prompter) : stack(prompter, current) {}
 
     CurrentError current;
@@ -30,12 +30,13 @@ public:
     template <typename Body>
     bool run(const QString& name, Body&& body);
 
-    // Runs one call that is expected to fail now and then. A failure is recorded as the current
-    // error and false returned; nothing is shown.
+    // Runs one call that is expected to fail now and then. The current error starts cleared; a
+    // failure is recorded there and false returned, and nothing is shown. With trapping off the
+    // failure travels on to the caller like any other.
     template <typename Call>
     bool attempt(Call&& call);
 
-private:
+  private:
     void report(const QString& trap, const Failure& failure) {
         current.set(failure);
         stack.Display(trap);
@@ -47,7 +48,7 @@ private:
 // the normal way out it pops what it pushed; while a failure unwinds it leaves the stack alone,
 // so that the report shows where the failure arose.
 class Procedure {
-public:
+  public:
     Procedure(ErrorStack& stack, QString name)
         : stack_(stack), name_(std::move(name)), unwinding_(std::uncaught_exceptions()) {
         stack_.PUSH(name_, 0);
@@ -72,7 +73,7 @@ public:
     }
     const QString& name() const { return name_; }
 
-private:
+  private:
     ErrorStack& stack_;
     QString name_;
     int unwinding_;
@@ -100,6 +101,11 @@ bool ErrorContext::run(const QString& name, Body&& body) {
 
 template <typename Call>
 bool ErrorContext::attempt(Call&& call) {
+    current.clear();
+    if (!Trap_Errors) {
+        call();
+        return true;
+    }
     try {
         call();
         return true;
