@@ -173,6 +173,8 @@ bool Statement::step() {
 void Statement::run() {
     while (step()) {
     }
+    // Ready for new bindings, as a statement that returns no rows is often run again at once.
+    sqlite3_reset(stmt_);
 }
 
 qint64 Statement::int64(int column) const {
