@@ -24,7 +24,7 @@ inline constexpr int kAutomation = -2147352567;
 
 // A failure with the three facts an error report prints: number, description and source.
 class Failure : public std::exception {
-public:
+  public:
     Failure(int number, QString description, QString source = QStringLiteral("Tidyfold"))
         : number_(number),
           description_(std::move(description)),
@@ -36,7 +36,7 @@ public:
     const QString& source() const { return source_; }
     const char* what() const noexcept override { return what_.c_str(); }
 
-private:
+  private:
     int number_;
     QString description_;
     QString source_;

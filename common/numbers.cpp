@@ -9,7 +9,9 @@ namespace tf {
 
 namespace {
 
-[[noreturn]] void overflow() { throw Failure(err::kOverflow, QStringLiteral("Overflow")); }
+[[noreturn]] void overflow() {
+    throw Failure(err::kOverflow, QStringLiteral("Overflow"));
+}
 
 template <typename Int>
 Int narrow(double value) {
@@ -36,8 +38,12 @@ double roundHalfEven(double value) {
     return std::nearbyint(value);
 }
 
-std::int16_t toInt16(double value) { return narrow<std::int16_t>(value); }
-std::int32_t toInt32(double value) { return narrow<std::int32_t>(value); }
+std::int16_t toInt16(double value) {
+    return narrow<std::int16_t>(value);
+}
+std::int32_t toInt32(double value) {
+    return narrow<std::int32_t>(value);
+}
 
 std::int16_t checkedAdd(std::int16_t a, std::int16_t b) {
     return checked<std::int16_t>(static_cast<long long>(a) + b);

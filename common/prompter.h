@@ -6,7 +6,7 @@ namespace tf {
 
 // Modal message boxes with the classic button codes and answers.
 class Prompter {
-public:
+  public:
     enum Buttons : int { OkOnly = 0, OkCancel = 1, YesNoCancel = 3, YesNo = 4, Critical = 16 };
     enum Answer : int { Ok = 1, Cancel = 2, Yes = 6, No = 7 };
 

@@ -131,8 +131,12 @@ QString RTrim(const QString& text) {
     return text.left(end);
 }
 
-QString Trim(const QString& text) { return LTrim(RTrim(text)); }
+QString Trim(const QString& text) {
+    return LTrim(RTrim(text));
+}
 
-QString UCase(const QString& text) { return text.toUpper(); }
+QString UCase(const QString& text) {
+    return text.toUpper();
+}
 
 }  // namespace tf

@@ -8,6 +8,12 @@ namespace tf {
 
 // Number to text with room for the sign: " 5" for 5, "-5" for -5, " 0" for 0.
 QString Str(long long value);
+inline QString Str(long value) {
+    return Str(static_cast<long long>(value));
+}
+inline QString Str(int value) {
+    return Str(static_cast<long long>(value));
+}
 // The same for fractional numbers, in the classic form: " 2.5", " .5", "-.25", " 1E+16".
 QString Str(double value);
 

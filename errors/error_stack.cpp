@@ -34,7 +34,9 @@ void ErrorStack::POP(std::int32_t n) {
     }
 }
 
-void ErrorStack::Clear() { count_ = 0; }
+void ErrorStack::Clear() {
+    count_ = 0;
+}
 
 const StackEntry& ErrorStack::entry(std::int32_t index) const {
     return entries_.at(static_cast<std::size_t>(index - 1));
@@ -48,7 +50,9 @@ QString ErrorStack::stackListing() const {
     return text;
 }
 
-void ErrorStack::DisplayStack() const { prompter_.ask(stackListing(), Prompter::OkOnly); }
+void ErrorStack::DisplayStack() const {
+    prompter_.ask(stackListing(), Prompter::OkOnly);
+}
 
 QString ErrorStack::reportText(const QString& trap) const {
     const CurrentError& e = currentError_;

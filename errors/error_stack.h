@@ -20,7 +20,7 @@ struct StackEntry {
 
 // The stack of procedure and step labels that lets an error report name where a failure arose.
 class ErrorStack {
-public:
+  public:
     ErrorStack(Prompter& prompter, CurrentError& currentError);
 
     void PUSH(const QString& label, std::int32_t kind = 0);
@@ -38,7 +38,7 @@ public:
     QString stackListing() const;
     QString reportText(const QString& trap) const;
 
-private:
+  private:
     Prompter& prompter_;
     CurrentError& currentError_;
     std::vector<StackEntry> entries_;  // entries_[i - 1] is entry i

@@ -10,7 +10,7 @@ struct CurrentError;
 // Reports a failure on one item or folder during a deletion run; the user may silence the
 // rest of the run's reports by answering Yes.
 class ProcessError {
-public:
+  public:
     ProcessError(Prompter& prompter, const CurrentError& currentError)
         : prompter_(prompter), currentError_(currentError) {}
 
@@ -21,7 +21,7 @@ public:
 
     QString reportText(const QString& process, const QString& item) const;
 
-private:
+  private:
     Prompter& prompter_;
     const CurrentError& currentError_;
     bool suppress_ = false;

@@ -8,7 +8,9 @@ namespace {
 ItemWindow* registeredWindow = nullptr;
 }
 
-void setItemWindow(ItemWindow* window) { registeredWindow = window; }
+void setItemWindow(ItemWindow* window) {
+    registeredWindow = window;
+}
 
 void displayItem(const ItemContent& content) {
     if (registeredWindow == nullptr) {

@@ -8,14 +8,14 @@ namespace tf::outlook {
 
 // What the read-only item window shows of one item.
 struct ItemContent {
-    QString caption;                          // the window's title
-    QList<QPair<QString, QString>> fields;    // label, value: "From", "Subject", "Received", ...
+    QString caption;                        // the window's title
+    QList<QPair<QString, QString>> fields;  // label, value: "From", "Subject", "Received", ...
     QString body;
 };
 
 // The item window of the running program. Item::Display hands the item's content to it.
 class ItemWindow {
-public:
+  public:
     virtual ~ItemWindow() = default;
     virtual void show(const ItemContent& content) = 0;
 };

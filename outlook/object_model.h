@@ -22,7 +22,7 @@ using ItemPtr = std::shared_ptr<Item>;
 
 // An item's underlying message as a property reader sees it.
 class MapiObject {
-public:
+  public:
     virtual ~MapiObject() = default;
     // One property's value, or nothing when the message does not carry it.
     virtual std::optional<QString> property(std::uint32_t tag) const = 0;
@@ -31,7 +31,7 @@ using MapiObjectPtr = std::shared_ptr<const MapiObject>;
 
 // One item of any class: mail, appointment, contact, task, note, journal entry, meeting message.
 class Item {
-public:
+  public:
     virtual ~Item() = default;
 
     virtual long Class() const = 0;
@@ -57,7 +57,7 @@ public:
 };
 
 class Items {
-public:
+  public:
     virtual ~Items() = default;
     virtual long Count() const = 0;
     virtual ItemPtr Item(long index) const = 0;
@@ -66,7 +66,7 @@ public:
 };
 
 class Folders {
-public:
+  public:
     virtual ~Folders() = default;
     virtual long Count() const = 0;
     virtual FolderPtr Item(long index) const = 0;
@@ -75,7 +75,7 @@ public:
 };
 
 class MAPIFolder {
-public:
+  public:
     virtual ~MAPIFolder() = default;
     // The folder above; empty for a store's top folder.
     virtual FolderPtr Parent() const = 0;
@@ -89,7 +89,7 @@ public:
 
 // The "MAPI" namespace: every open store.
 class NameSpace {
-public:
+  public:
     virtual ~NameSpace() = default;
     // The information stores' top folders.
     virtual FoldersPtr Folders() const = 0;
@@ -101,7 +101,7 @@ public:
 using NameSpacePtr = std::shared_ptr<NameSpace>;
 
 class Application {
-public:
+  public:
     virtual ~Application() = default;
     // Only "MAPI" is known.
     virtual NameSpacePtr GetNamespace(const QString& type) = 0;
@@ -110,7 +110,7 @@ using ApplicationPtr = std::shared_ptr<Application>;
 
 // What a backend offers for one information store; the session joins several into a NameSpace.
 class Store {
-public:
+  public:
     virtual ~Store() = default;
     // The store's top folder; its name is the store's name in the tree.
     virtual FolderPtr TopFolder() const = 0;

@@ -8,7 +8,7 @@ namespace {
 
 // The stores' top folders, in the order the stores were opened.
 class StoreFolders : public outlook::Folders {
-public:
+  public:
     explicit StoreFolders(std::shared_ptr<const Session> session) : session_(std::move(session)) {}
     long Count() const override { return static_cast<long>(session_->stores().size()); }
     FolderPtr Item(long index) const override {
@@ -22,7 +22,7 @@ public:
                       QStringLiteral("An information store cannot be deleted as a folder."));
     }
 
-private:
+  private:
     std::shared_ptr<const Session> session_;
 };
 

@@ -8,7 +8,7 @@ namespace tf::outlook {
 
 // The "MAPI" namespace over the open stores. The first store is the default store.
 class Session : public NameSpace, public std::enable_shared_from_this<Session> {
-public:
+  public:
     explicit Session(std::vector<StorePtr> stores);
 
     FoldersPtr Folders() const override;
@@ -17,17 +17,17 @@ public:
 
     const std::vector<StorePtr>& stores() const { return stores_; }
 
-private:
+  private:
     std::vector<StorePtr> stores_;
 };
 
 // The application object of a session: GetNamespace("MAPI") is the only call it knows.
 class SessionApplication : public Application {
-public:
+  public:
     explicit SessionApplication(std::vector<StorePtr> stores);
     NameSpacePtr GetNamespace(const QString& type) override;
 
-private:
+  private:
     std::shared_ptr<Session> session_;
 };
 

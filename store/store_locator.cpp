@@ -99,9 +99,9 @@ outlook::ApplicationPtr StoreApplicationSource::CreateObject() {
         local::writeSampleStoreFile(partial, options);
         if (!QFile::rename(partial, defaultStore_)) {
             QFile::remove(partial);
-            throw Failure(err::kPermissionDenied,
-                          QStringLiteral("The default store %1 could not be written.")
-                              .arg(defaultStore_));
+            throw Failure(
+                err::kPermissionDenied,
+                QStringLiteral("The default store %1 could not be written.").arg(defaultStore_));
         }
     }
     try {

@@ -20,12 +20,12 @@ QString defaultStorePath();
 // The session's source for the program: the stores named on the command line, else the default
 // store, made with sample content the first time.
 class StoreApplicationSource : public ApplicationSource {
-public:
+  public:
     StoreApplicationSource(QStringList locations, QString defaultStore);
     outlook::ApplicationPtr GetObject() override;
     outlook::ApplicationPtr CreateObject() override;
 
-private:
+  private:
     QStringList locations_;
     QString defaultStore_;
 };

@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "common/prompter.h"
+#include "tests/support/qt_printers.h"
 
 namespace tf::testing {
 
 // Records every message box and answers from a script. With the script used up it answers the
 // box's default: OK for OK-only and OK/Cancel boxes, Yes for Yes/No boxes.
 class ScriptedPrompter : public Prompter {
-public:
+  public:
     struct Shown {
         QString text;
         int buttons;
@@ -33,7 +34,7 @@ public:
     void forget() { shown_.clear(); }
     bool scriptUsedUp() const { return script_.empty(); }
 
-private:
+  private:
     std::deque<int> script_;
     std::vector<Shown> shown_;
 };

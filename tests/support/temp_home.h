@@ -9,7 +9,7 @@ namespace tf::testing {
 // Points HOME and the XDG folders at a fresh temporary folder for the life of the object, so a
 // test never reads or writes the real home directory.
 class TempHome {
-public:
+  public:
     TempHome();
     ~TempHome();
     TempHome(const TempHome&) = delete;
@@ -18,7 +18,7 @@ public:
     QString path() const { return dir_.path(); }
     QString file(const QString& name) const { return dir_.filePath(name); }
 
-private:
+  private:
     QTemporaryDir dir_;
     QByteArray saved_[4];
 };

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <map>
+
+#include "common/dates.h"
+
+namespace tf {
+
+// One control of the main window as the logic sees it. Positions are in twips (15 to a pixel at
+// 96 dpi), the unit the layout arithmetic is written in.
+struct ControlState {
+    QString caption;
+    QString toolTip;
+    bool enabled = true;
+    bool visible = true;
+    int value = 0;     // check boxes: 1 on, 0 off
+    OleDate date = 0;  // the date picker
+    double left = 0, top = 0, width = 0, height = 0;
+    double x1 = 0, x2 = 0;  // lines
+};
+
+// Told when the logic changes a control, so that the real widget follows.
+class ControlsObserver {
+  public:
+    virtual ~ControlsObserver() = default;
+    virtual void controlChanged(const QString& name) = 0;
+};
+
+// The main window's controls by name. The logic changes them through update(), which tells the
+// observer; a widget shell reports the user's changes back the same way.
+class Controls {
+  public:
+    explicit Controls(const QStringList& names);
+
+    const ControlState& operator[](const QString& name) const;
+    bool has(const QString& name) const { return controls_.count(name) != 0; }
+    QStringList names() const;
+
+    template <typename Change>
+    void update(const QString& name, Change&& change) {
+        change(mutableState(name));
+        if (observer_ != nullptr) {
+            observer_->controlChanged(name);
+        }
+    }
+    void setCaption(const QString& name, const QString& caption) {
+        update(name, [&](ControlState& c) { c.caption = caption; });
+    }
+    void setVisible(const QString& name, bool visible) {
+        update(name, [&](ControlState& c) { c.visible = visible; });
+    }
+
+    void setObserver(ControlsObserver* observer) { observer_ = observer; }
+
+  private:
+    ControlState& mutableState(const QString& name);
+
+    std::map<QString, ControlState> controls_;
+    ControlsObserver* observer_ = nullptr;
+};
+
+}  // namespace tf

@@ -1,0 +1,376 @@
+#include "app/widgets/main_window.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QDateEdit>
+#include <QFrame>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTableView>
+#include <QTreeView>
+#include <QVBoxLayout>
+#include <cmath>
+
+#include "app/widgets/folder_tree_model.h"
+#include "app/widgets/message_window.h"
+
+namespace tf {
+
+namespace {
+
+constexpr double kTwipsPerPixel = 15.0;
+constexpr int kMargin = 6;
+constexpr int kLabelHeight = 22;
+constexpr int kSliderWidth = 5;
+constexpr int kButtonHeight = 34;
+
+int toPixels(double twips) {
+    return static_cast<int>(std::lround(twips / kTwipsPerPixel));
+}
+double toTwips(int pixels) {
+    return pixels * kTwipsPerPixel;
+}
+
+// The top-level controls whose positions the logic works out; the options frame's own children
+// are laid out by Qt.
+const QStringList kPlacedControls = {
+    QStringLiteral("trvFolders"),      QStringLiteral("picSlider"),  QStringLiteral("grdItems"),
+    QStringLiteral("picSlider2"),      QStringLiteral("frmOptions"), QStringLiteral("cmdRun"),
+    QStringLiteral("lblCurrentFolder")};
+
+QFrame* makeSlider(QWidget* parent, const QString& name) {
+    auto* slider = new QFrame(parent);
+    slider->setObjectName(name);
+    slider->setFrameShape(QFrame::NoFrame);
+    slider->setCursor(Qt::SplitHCursor);
+    return slider;
+}
+
+}  // namespace
+
+frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& source)
+    : messageWindow_(messageWindow),
+      logic_(std::make_unique<RemoveItemsLogic>(prompter_, yield_, messageWindow, *this, source)) {
+    setObjectName(QStringLiteral("frmRemoveItems"));
+    setWindowTitle(QStringLiteral("Tidyfold"));
+    prompter_.setParent(this);
+    buildMenus();
+    buildControls();
+    logic_->controls.setObserver(this);
+    resize(1180, 760);
+    placeControls();
+}
+
+frmRemoveItems::~frmRemoveItems() {
+    logic_->controls.setObserver(nullptr);
+}
+
+void frmRemoveItems::buildMenus() {
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->setObjectName(QStringLiteral("mnuFile"));
+    const auto add = [this](QMenu* menu, const QString& name, const QString& text) {
+        QAction* action = menu->addAction(text);
+        action->setObjectName(name);
+        return action;
+    };
+    add(file, QStringLiteral("mnuRefresh"), QStringLiteral("&Refresh"));
+    add(file, QStringLiteral("mnuRefreshCurrent"), QStringLiteral("Refresh &Current"));
+    file->addSeparator();
+    add(file, QStringLiteral("mnuUnmark"), QStringLiteral("&Unmark"));
+    add(file, QStringLiteral("mnuResetOptions"), QStringLiteral("Reset &Options"));
+    file->addSeparator();
+    QAction* quit = add(file, QStringLiteral("mnuQuit"), QStringLiteral("&Quit"));
+    quit->setShortcut(QKeySequence::Quit);
+    connect(quit, &QAction::triggered, this, [this] { logic_->mnuQuit_Click(); });
+
+    QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
+    help->setObjectName(QStringLiteral("mnuHelp"));
+    add(help, QStringLiteral("mnuHelpContents"), QStringLiteral("&Help"))
+        ->setShortcut(QKeySequence::HelpContents);
+    add(help, QStringLiteral("mnuWhatsThis"), QStringLiteral("&What's This"));
+    add(help, QStringLiteral("mnuOnlineHelp"), QStringLiteral("&Online Help"));
+    help->addSeparator();
+    add(help, QStringLiteral("mnuAbout"), QStringLiteral("&About"));
+}
+
+void frmRemoveItems::buildControls() {
+    auto* central = new QWidget(this);
+    setCentralWidget(central);
+
+    trvFolders_ = new QTreeView(central);
+    trvFolders_->setObjectName(QStringLiteral("trvFolders"));
+    trvFolders_->setHeaderHidden(true);
+    trvFolders_->setUniformRowHeights(true);
+    treeModel_ = new FolderTreeModel(logic_->tree, this);
+    trvFolders_->setModel(treeModel_);
+    connect(trvFolders_, &QTreeView::expanded, this, [this](const QModelIndex& index) {
+        const int node = treeModel_->nodeOf(index);
+        if (!logic_->tree.node(node).Expanded) {
+            logic_->tree.setExpanded(node, true);
+            logic_->treeBuilder.Set_Node_Text(node);
+        }
+    });
+    connect(trvFolders_, &QTreeView::collapsed, this, [this](const QModelIndex& index) {
+        const int node = treeModel_->nodeOf(index);
+        if (logic_->tree.node(node).Expanded) {
+            logic_->tree.setExpanded(node, false);
+            logic_->treeBuilder.Set_Node_Text(node);
+        }
+    });
+    connect(treeModel_, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& index) { syncExpansion(treeModel_->nodeOf(index)); });
+    connect(treeModel_, &FolderTreeModel::nodeSelected, this, [this](int node) {
+        trvFolders_->setCurrentIndex(treeModel_->indexOfNode(node));
+        trvFolders_->scrollTo(treeModel_->indexOfNode(node));
+    });
+
+    grdItems_ = new QTableView(central);
+    grdItems_->setObjectName(QStringLiteral("grdItems"));
+    grdItems_->verticalHeader()->hide();
+    grdItems_->horizontalHeader()->setHighlightSections(false);
+    grdItems_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    // The program paints selected rows itself; the grid's own highlight would only mislead.
+    grdItems_->setStyleSheet(
+        QStringLiteral("QTableView { selection-background-color: palette(base); selection-color: "
+                       "palette(text); }"));
+
+    picSlider_ = makeSlider(central, QStringLiteral("picSlider"));
+    picSlider2_ = makeSlider(central, QStringLiteral("picSlider2"));
+
+    lblCurrentFolder_ = new QLabel(QStringLiteral("Current Folder:"), central);
+    lblCurrentFolder_->setObjectName(QStringLiteral("lblCurrentFolder"));
+    QFont labelFont = lblCurrentFolder_->font();
+    labelFont.setBold(true);
+    lblCurrentFolder_->setFont(labelFont);
+
+    frmOptions_ = qobject_cast<QGroupBox*>(buildOptionsFrame());
+    frmOptions_->setParent(central);
+
+    cmdRun_ = new QPushButton(QStringLiteral("&Clean"), central);
+    cmdRun_->setObjectName(QStringLiteral("cmdRun"));
+    auto* debug = new QPushButton(QStringLiteral("Debug"), central);
+    debug->setObjectName(QStringLiteral("cmddebug"));
+    debug->hide();
+
+    auto* panel1 = new QLabel(this);
+    panel1->setObjectName(QStringLiteral("sbPanel1"));
+    auto* panel2 = new QLabel(this);
+    panel2->setObjectName(QStringLiteral("sbPanel2"));
+    statusBar()->setObjectName(QStringLiteral("sbStatusBar"));
+    statusBar()->addWidget(panel1, 3);
+    statusBar()->addWidget(panel2, 1);
+
+    for (QWidget* widget :
+         {static_cast<QWidget*>(trvFolders_), static_cast<QWidget*>(grdItems_),
+          static_cast<QWidget*>(picSlider_), static_cast<QWidget*>(picSlider2_),
+          static_cast<QWidget*>(frmOptions_), static_cast<QWidget*>(lblCurrentFolder_),
+          static_cast<QWidget*>(cmdRun_), static_cast<QWidget*>(debug),
+          static_cast<QWidget*>(statusBar())}) {
+        widgets_.insert(widget->objectName(), widget);
+    }
+    for (QWidget* widget : frmOptions_->findChildren<QWidget*>()) {
+        if (!widget->objectName().isEmpty()) {
+            widgets_.insert(widget->objectName(), widget);
+        }
+    }
+}
+
+QWidget* frmRemoveItems::buildOptionsFrame() {
+    auto* frame = new QGroupBox(QStringLiteral("Options"));
+    frame->setObjectName(QStringLiteral("frmOptions"));
+    auto* layout = new QVBoxLayout(frame);
+    layout->setSpacing(3);
+
+    const auto heading = [&](const QString& name, const QString& text) {
+        auto* label = new QLabel(text, frame);
+        label->setObjectName(name);
+        QFont font = label->font();
+        font.setBold(true);
+        label->setFont(font);
+        layout->addWidget(label);
+    };
+    const auto check = [&](const QString& name, const QString& text, QLayout* into = nullptr) {
+        auto* box = new QCheckBox(text, frame);
+        box->setObjectName(name);
+        (into != nullptr ? into : layout)->addWidget(box);
+        return box;
+    };
+    const auto line = [&](const QString& name) {
+        auto* rule = new QFrame(frame);
+        rule->setObjectName(name);
+        rule->setFrameShape(QFrame::HLine);
+        rule->setFrameShadow(QFrame::Sunken);
+        layout->addWidget(rule);
+    };
+
+    heading(QStringLiteral("lblScreenOptions"), QStringLiteral("Screen Options"));
+    check(QStringLiteral("chkMarkSubFolders"), QStringLiteral("Mark Sub Folders"));
+    check(QStringLiteral("chkCollapseFolders"), QStringLiteral("Collapse Folders"));
+    check(QStringLiteral("chkShowAllFolders"), QStringLiteral("Show All Folders"));
+    check(QStringLiteral("chkShowSelectedItems"), QStringLiteral("Show Selected Items"));
+    check(QStringLiteral("chkShowUnselectedItems"), QStringLiteral("Show Unselected Items"));
+    check(QStringLiteral("chkSelectByRow"), QStringLiteral("Select By Row"));
+    line(QStringLiteral("linOptions1"));
+
+    heading(QStringLiteral("lblProcessingOptions"), QStringLiteral("Processing Options"));
+    check(QStringLiteral("chkTurbo"), QStringLiteral("Turbo"));
+    check(QStringLiteral("chkPermanentDelete"), QStringLiteral("Permanent Delete"));
+    check(QStringLiteral("chkConfirmFolders"), QStringLiteral("Confirm Folders"));
+    check(QStringLiteral("chkConfirmItems"), QStringLiteral("Confirm Items"));
+    check(QStringLiteral("chkDeleteFolders"), QStringLiteral("Delete Folders"));
+    line(QStringLiteral("linOptions2"));
+
+    heading(QStringLiteral("lblFilterOptions"), QStringLiteral("Filter Options"));
+    check(QStringLiteral("chkSelectUnread"), QStringLiteral("Unread Items"));
+
+    auto* dateRow = new QHBoxLayout;
+    check(QStringLiteral("chkSelectDate"), QStringLiteral("Older Than"), dateRow);
+    auto* date = new QDateEdit(frame);
+    date->setObjectName(QStringLiteral("dtpCutoffDate"));
+    date->setCalendarPopup(true);
+    date->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
+    dateRow->addWidget(date, 1);
+    layout->addLayout(dateRow);
+
+    check(QStringLiteral("chkSelectSubject"), QStringLiteral("Subject"));
+    auto* subject = new QLineEdit(frame);
+    subject->setObjectName(QStringLiteral("txtSelectSubject"));
+    layout->addWidget(subject);
+    auto* matchRow = new QHBoxLayout;
+    check(QStringLiteral("chkMatchCase"), QStringLiteral("Match Case"), matchRow);
+    check(QStringLiteral("chkMatchWord"), QStringLiteral("Match Word"), matchRow);
+    layout->addLayout(matchRow);
+
+    check(QStringLiteral("chkSelectType"), QStringLiteral("Item Types"));
+    auto* types = new QGridLayout;
+    const QStringList typeNames = {QStringLiteral("Mail"),     QStringLiteral("Appointments"),
+                                   QStringLiteral("Contacts"), QStringLiteral("Tasks"),
+                                   QStringLiteral("Journal"),  QStringLiteral("Notes")};
+    for (int i = 0; i < typeNames.size(); ++i) {
+        auto* box = new QCheckBox(typeNames[i], frame);
+        box->setObjectName(QStringLiteral("chkType%1").arg(i));
+        types->addWidget(box, i / 2, i % 2);
+    }
+    types->setContentsMargins(18, 0, 0, 0);
+    layout->addLayout(types);
+    layout->addStretch(1);
+    return frame;
+}
+
+bool frmRemoveItems::load() {
+    return logic_->Form_Load();
+}
+
+void frmRemoveItems::placeControls() {
+    // Positions in pixels, handed to the logic in twips; the logic's own alignment rules (the
+    // raised options frame, the label across the grid and the options) are kept here too.
+    const QSize area = centralWidget()->size();
+    const int bottom = area.height() - kMargin;
+    const int gridTop = kMargin + kLabelHeight + 2;
+    const int gridLeft = kMargin + treeWidthPx_ + kSliderWidth;
+    const int optionsLeft = area.width() - kMargin - optionsWidthPx_;
+    const int gridWidth = std::max(0, optionsLeft - kSliderWidth - gridLeft);
+    const int raise = toPixels(85);
+
+    const auto set = [this](const QString& name, int x, int y, int w, int h) {
+        logic_->controls.update(name, [&](ControlState& c) {
+            c.left = toTwips(x);
+            c.top = toTwips(y);
+            c.width = toTwips(std::max(0, w));
+            c.height = toTwips(std::max(0, h));
+        });
+    };
+    set(QStringLiteral("trvFolders"), kMargin, kMargin, treeWidthPx_, bottom - kMargin);
+    set(QStringLiteral("picSlider"), kMargin + treeWidthPx_, kMargin, kSliderWidth,
+        bottom - kMargin);
+    set(QStringLiteral("grdItems"), gridLeft, gridTop, gridWidth, bottom - gridTop);
+    set(QStringLiteral("picSlider2"), gridLeft + gridWidth, gridTop, kSliderWidth,
+        bottom - gridTop);
+    set(QStringLiteral("frmOptions"), optionsLeft, gridTop - raise, optionsWidthPx_,
+        bottom - kButtonHeight - 6 - gridTop + raise);
+    set(QStringLiteral("cmdRun"), optionsLeft, bottom - kButtonHeight, optionsWidthPx_,
+        kButtonHeight);
+    set(QStringLiteral("lblCurrentFolder"), gridLeft + toPixels(75), kMargin,
+        gridWidth + kSliderWidth + optionsWidthPx_ - toPixels(75), kLabelHeight);
+}
+
+void frmRemoveItems::controlChanged(const QString& name) {
+    QWidget* widget = widgets_.value(name);
+    if (widget == nullptr) {
+        return;
+    }
+    const ControlState& c = logic_->controls[name];
+    widget->setEnabled(c.enabled);
+    widget->setToolTip(c.toolTip);
+    if (name != QLatin1String("sbStatusBar")) {
+        widget->setVisible(c.visible);
+    }
+    if (kPlacedControls.contains(name)) {
+        widget->setGeometry(toPixels(c.left), toPixels(c.top), toPixels(c.width),
+                            toPixels(c.height));
+    }
+    if (name == QLatin1String("lblCurrentFolder")) {
+        lblCurrentFolder_->setText(c.caption);
+    } else if (auto* date = qobject_cast<QDateEdit*>(widget)) {
+        date->setDate(toQDate(c.date));
+    } else if (auto* check = qobject_cast<QCheckBox*>(widget)) {
+        check->setChecked(c.value == 1);
+    }
+}
+
+void frmRemoveItems::syncExpansion(int node) {
+    if (node < 1 || node > logic_->tree.count()) {
+        return;
+    }
+    const QModelIndex index = treeModel_->indexOfNode(node);
+    const bool expanded = logic_->tree.node(node).Expanded;
+    if (trvFolders_->isExpanded(index) != expanded) {
+        trvFolders_->setExpanded(index, expanded);
+    }
+}
+
+void frmRemoveItems::showMain() {
+    // The tree model is hidden while it is rebuilt; show it as the logic left it.
+    trvFolders_->setVisible(logic_->tree.visible());
+    for (int node = 1; node <= logic_->tree.count(); ++node) {
+        syncExpansion(node);
+    }
+    show();
+    raise();
+    activateWindow();
+}
+
+void frmRemoveItems::focusTree() {
+    trvFolders_->setVisible(logic_->tree.visible());
+    trvFolders_->raise();
+    trvFolders_->setFocus();
+}
+
+void frmRemoveItems::unloadMain() {
+    if (!closing_) {
+        close();
+    }
+}
+
+void frmRemoveItems::closeEvent(QCloseEvent* event) {
+    closing_ = true;
+    logic_->Form_Unload();
+    messageWindow_.unload();
+    event->accept();
+}
+
+void frmRemoveItems::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    if (centralWidget() != nullptr) {
+        placeControls();
+    }
+}
+
+}  // namespace tf

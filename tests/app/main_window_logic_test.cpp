@@ -1,0 +1,209 @@
+#include "app/main_window_logic.h"
+
+#include <gtest/gtest.h>
+
+#include "outlook/session.h"
+#include "tests/support/memory_store.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/window_fakes.h"
+
+namespace tf::testing {
+namespace {
+
+class MainWindowLogic : public ::testing::Test {
+  protected:
+    MainWindowLogic()
+        : messageWindow(log), shell(log), logic(prompter, yield, messageWindow, shell, source) {}
+
+    void useStore(std::shared_ptr<MemoryStore> store) {
+        source.created =
+            std::make_shared<outlook::SessionApplication>(std::vector<outlook::StorePtr>{store});
+    }
+    static std::shared_ptr<MemoryStore> store() {
+        auto s = MemoryStore::withDefaultFolders(QStringLiteral("Personal Folders"),
+                                                 QStringLiteral("S"));
+        s->addItems(s->folder(QStringLiteral("Inbox")), 4);
+        return s;
+    }
+    void place(const QString& name, double left, double top, double width, double height) {
+        logic.controls.update(name, [&](ControlState& c) {
+            c.left = left;
+            c.top = top;
+            c.width = width;
+            c.height = height;
+        });
+    }
+    const ControlState& control(const QString& name) { return logic.controls[name]; }
+
+    ScriptedPrompter prompter;
+    ScriptedYield yield;
+    WindowLog log;
+    RecordingMessageWindow messageWindow;
+    RecordingShell shell;
+    FakeApplicationSource source;
+    RemoveItemsLogic logic;
+};
+
+TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {
+    useStore(store());
+    ASSERT_TRUE(logic.Form_Load());
+
+    EXPECT_TRUE(prompter.shown().empty())
+        << prompter.texts().join(QStringLiteral("|")).toStdString();
+    EXPECT_EQ(log.events(),
+              (QStringList{QStringLiteral("message:show"), QStringLiteral("tree:focus"),
+                           QStringLiteral("message:hide"), QStringLiteral("main:show")}));
+    EXPECT_TRUE(logic.tree.visible());
+    EXPECT_EQ(logic.tree.count(), 11);
+    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).caption,
+              QStringLiteral("Current Folder: Inbox"));
+    EXPECT_EQ(toQDate(control(QStringLiteral("dtpCutoffDate")).date), QDate::currentDate());
+    EXPECT_EQ(control(QStringLiteral("dtpCutoffDate")).date,
+              datePart(control(QStringLiteral("dtpCutoffDate")).date));
+    EXPECT_FALSE(control(QStringLiteral("cmddebug")).visible);
+    EXPECT_FALSE(logic.Processing);
+    EXPECT_EQ(logic.colours.highlight, 0x00FFFF00u);
+    EXPECT_EQ(logic.colours.unloaded, 0x00FF9696u);
+    EXPECT_EQ(logic.colours.loaded, 0u);
+    EXPECT_EQ(logic.grid.Rows(), 1);
+    EXPECT_EQ(logic.errors.stack.count(), 0);
+    // Without the item cache nothing reports loading as complete.
+    EXPECT_FALSE(logic.LoadingComplete);
+}
+
+TEST_F(MainWindowLogic, EndsStartUpWhenNoSessionCanBeHad) {
+    EXPECT_FALSE(logic.Form_Load());
+    EXPECT_EQ(prompter.texts(),
+              QStringList{QStringLiteral("Unable to initialize Outlook.  Please try again.")});
+    EXPECT_EQ(log.events(),
+              (QStringList{QStringLiteral("main:unload"), QStringLiteral("about:unload"),
+                           QStringLiteral("message:unload")}));
+    EXPECT_EQ(logic.tree.count(), 0);
+}
+
+TEST_F(MainWindowLogic, AStoreWithoutFoldersEndsTheProgram) {
+    useStore(MemoryStore::create(QStringLiteral("Empty"), QStringLiteral("S")));
+    EXPECT_FALSE(logic.Form_Load());
+
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.last().text, QStringLiteral("No folders were loaded."));
+    EXPECT_EQ(prompter.last().buttons, Prompter::Critical);
+    EXPECT_TRUE(logic.StopCaching);
+    EXPECT_TRUE(logic.InterruptCaching);
+    EXPECT_TRUE(log.events().endsWith(QStringLiteral("main:unload")));
+    EXPECT_FALSE(log.events().contains(QStringLiteral("main:show")));
+}
+
+TEST_F(MainWindowLogic, AlignsTheControlsAtStartUp) {
+    useStore(store());
+    place(QStringLiteral("frmOptions"), 11000, 1000, 3000, 5000);
+    place(QStringLiteral("grdItems"), 4000, 1200, 6000, 7000);
+    place(QStringLiteral("picSlider2"), 10000, 1200, 75, 7000);
+    place(QStringLiteral("txtSelectSubject"), 200, 3000, 999, 300);
+    ASSERT_TRUE(logic.Form_Load());
+
+    EXPECT_EQ(control(QStringLiteral("frmOptions")).top, 915);
+    EXPECT_EQ(control(QStringLiteral("frmOptions")).height, 5085);
+    EXPECT_EQ(control(QStringLiteral("linOptions1")).x1, 75);
+    EXPECT_EQ(control(QStringLiteral("linOptions2")).x2, 2925);
+    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).left, 4075);
+    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).width, 9000);
+    EXPECT_EQ(control(QStringLiteral("cmdRun")).left, 11000);
+    EXPECT_EQ(control(QStringLiteral("cmdRun")).width, 3000);
+    EXPECT_EQ(control(QStringLiteral("txtSelectSubject")).width, 2700);
+}
+
+TEST_F(MainWindowLogic, TheCurrentFolderLabelIsNeverNarrowerThanNothing) {
+    useStore(store());
+    struct Case {
+        double gridWidth;
+        double expected;
+    } cases[] = {{0, 0}, {75.5, 0}, {76, 1}, {112.5, 38}, {113.5, 38}, {114.5, 40}};
+    for (const Case& c : cases) {
+        place(QStringLiteral("grdItems"), 0, 0, c.gridWidth, 100);
+        place(QStringLiteral("picSlider2"), 0, 0, 0, 100);
+        place(QStringLiteral("frmOptions"), 0, 0, 0, 100);
+        RemoveItemsLogic fresh(prompter, yield, messageWindow, shell, source);
+        place(QStringLiteral("grdItems"), 0, 0, c.gridWidth, 100);
+        fresh.controls.update(QStringLiteral("grdItems"),
+                              [&](ControlState& s) { s.width = c.gridWidth; });
+        ASSERT_TRUE(fresh.Form_Load());
+        EXPECT_EQ(fresh.controls[QStringLiteral("lblCurrentFolder")].width, c.expected)
+            << "grid width " << c.gridWidth;
+    }
+}
+
+TEST_F(MainWindowLogic, QuitAnsweredNoChangesNothing) {
+    useStore(store());
+    ASSERT_TRUE(logic.Form_Load());
+    prompter.forget();
+    const int eventsBefore = static_cast<int>(log.events().size());
+    prompter.answer(Prompter::No);
+    logic.mnuQuit_Click();
+
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.last().text, QStringLiteral("Quit Tidyfold?"));
+    EXPECT_EQ(prompter.last().buttons, Prompter::YesNo);
+    EXPECT_EQ(prompter.last().title, QStringLiteral("Tidyfold"));
+    EXPECT_FALSE(logic.StopCaching);
+    EXPECT_FALSE(logic.InterruptCaching);
+    EXPECT_EQ(log.events().size(), eventsBefore);
+}
+
+TEST_F(MainWindowLogic, QuitAnsweredYesStopsTheLoopsThenUnloadsEveryWindow) {
+    useStore(store());
+    ASSERT_TRUE(logic.Form_Load());
+    bool flagsSetBeforeUnload = false;
+    shell.onUnloadMain = [&] {
+        flagsSetBeforeUnload = logic.StopCaching && logic.InterruptCaching;
+        logic.Form_Unload();
+    };
+    const int eventsBefore = static_cast<int>(log.events().size());
+    prompter.answer(Prompter::Yes);
+    logic.mnuQuit_Click();
+
+    EXPECT_TRUE(flagsSetBeforeUnload);
+    // Closing the main window runs its unload handler, which unloads the others first.
+    EXPECT_EQ(log.events().mid(eventsBefore),
+              (QStringList{QStringLiteral("main:unload"), QStringLiteral("message:unload"),
+                           QStringLiteral("about:unload"), QStringLiteral("main:unload"),
+                           QStringLiteral("message:unload"), QStringLiteral("about:unload")}));
+}
+
+TEST_F(MainWindowLogic, UnloadRunsOnceAndInItsOwnOrder) {
+    logic.Form_Unload();
+    logic.Form_Unload();
+    EXPECT_TRUE(logic.StopCaching);
+    EXPECT_TRUE(logic.InterruptCaching);
+    EXPECT_EQ(log.events(),
+              (QStringList{QStringLiteral("message:unload"), QStringLiteral("about:unload"),
+                           QStringLiteral("main:unload")}));
+    EXPECT_EQ(logic.errors.stack.count(), 0);
+}
+
+TEST_F(MainWindowLogic, AReloadRequestedDuringLoadingBuildsTheTreeAgain) {
+    auto s = store();
+    useStore(s);
+    // The second yield is the one after the window is shown, where loading would run.
+    yield.at(2, [&] {
+        logic.ReloadRequested = true;
+        s->addFolder(s->top(), QStringLiteral("Arrived Meanwhile"));
+    });
+    ASSERT_TRUE(logic.Form_Load());
+    EXPECT_EQ(log.events().count(QStringLiteral("message:show")), 2);
+    EXPECT_EQ(logic.tree.count(), 12);
+    EXPECT_FALSE(logic.ReloadRequested);
+    EXPECT_TRUE(prompter.shown().empty());
+}
+
+TEST_F(MainWindowLogic, ACompletedLoadSaysSo) {
+    useStore(store());
+    yield.at(2, [&] { logic.LoadingComplete = true; });
+    ASSERT_TRUE(logic.Form_Load());
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.last().text, QStringLiteral("All Folders Loaded"));
+    EXPECT_EQ(prompter.last().buttons, Prompter::OkOnly);
+}
+
+}  // namespace
+}  // namespace tf::testing

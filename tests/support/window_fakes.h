@@ -1,0 +1,107 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <map>
+#include <optional>
+
+#include "app/window_shell.h"
+#include "common/failure.h"
+#include "common/message_window.h"
+#include "common/yield.h"
+#include "outlook/application_source.h"
+
+namespace tf::testing {
+
+// Counts yields and runs the action scripted for a given yield ("press Refresh at yield 150").
+class ScriptedYield : public Yield {
+  public:
+    void yield() override {
+        ++count_;
+        const auto it = actions_.find(count_);
+        if (it != actions_.end()) {
+            it->second();
+        }
+    }
+    void at(int yieldNumber, std::function<void()> action) {
+        actions_[yieldNumber] = std::move(action);
+    }
+    int count() const { return count_; }
+
+  private:
+    int count_ = 0;
+    std::map<int, std::function<void()>> actions_;
+};
+
+// Records what the windows were asked to do, in order.
+class WindowLog {
+  public:
+    void add(const QString& event) { events_ << event; }
+    const QStringList& events() const { return events_; }
+
+  private:
+    QStringList events_;
+};
+
+class RecordingMessageWindow : public MessageWindow {
+  public:
+    explicit RecordingMessageWindow(WindowLog& log) : log_(log) {}
+    void setText(const QString& text) override { text_ = text; }
+    void show() override { log_.add(QStringLiteral("message:show")); }
+    void hide() override { log_.add(QStringLiteral("message:hide")); }
+    void unload() override { log_.add(QStringLiteral("message:unload")); }
+    const QString& text() const { return text_; }
+
+  private:
+    WindowLog& log_;
+    QString text_;
+};
+
+class RecordingShell : public WindowShell {
+  public:
+    explicit RecordingShell(WindowLog& log) : log_(log) {}
+    void showMain() override { log_.add(QStringLiteral("main:show")); }
+    void unloadMain() override {
+        log_.add(QStringLiteral("main:unload"));
+        if (onUnloadMain) {
+            onUnloadMain();
+        }
+    }
+    void unloadAbout() override { log_.add(QStringLiteral("about:unload")); }
+    void focusTree() override { log_.add(QStringLiteral("tree:focus")); }
+
+    // What unloading the main window sets off, as closing the real window runs its unload handler.
+    std::function<void()> onUnloadMain;
+
+  private:
+    WindowLog& log_;
+};
+
+// Hands out the applications a test prepares, and records which way was taken.
+class FakeApplicationSource : public ApplicationSource {
+  public:
+    outlook::ApplicationPtr GetObject() override {
+        ++getObjectCalls;
+        if (getObjectFailure) {
+            throw *getObjectFailure;
+        }
+        return attached;
+    }
+    outlook::ApplicationPtr CreateObject() override {
+        ++createObjectCalls;
+        if (createObjectFailure) {
+            throw *createObjectFailure;
+        }
+        return created;
+    }
+
+    outlook::ApplicationPtr attached;
+    outlook::ApplicationPtr created;
+    std::optional<Failure> getObjectFailure;
+    std::optional<Failure> createObjectFailure;
+    int getObjectCalls = 0;
+    int createObjectCalls = 0;
+};
+
+}  // namespace tf::testing
