@@ -760,8 +760,10 @@ void checkAccess(const QString& path) {
         throw Failure(err::kFileNotFound,
                       QStringLiteral("%1 is a folder, not a store file.").arg(file));
     }
-    const auto writeBits = QFileDevice::WriteOwner | QFileDevice::WriteUser |
-                           QFileDevice::WriteGroup | QFileDevice::WriteOther;
+    // The user bits say what this process may do, which for root is everything; a file that
+    // nobody may write to is meant to stay as it is.
+    const auto writeBits =
+        QFileDevice::WriteOwner | QFileDevice::WriteGroup | QFileDevice::WriteOther;
     if (!info.isWritable() || (info.permissions() & writeBits) == 0) {
         throw Failure(err::kPermissionDenied,
                       QStringLiteral("The store file %1 is read-only. Tidyfold removes items "
