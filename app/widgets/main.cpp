@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QTextStream>
+#include <QTimer>
 #include <cstdio>
 
 #include "app/widgets/main_window.h"
@@ -42,6 +43,12 @@ int main(int argc, char* argv[]) {
                        "store. Repeat it to open several stores."),
         QStringLiteral("location"));
     parser.addOption(storeOption);
+    // For documentation and checks: saves a picture of the window once it has loaded, then quits.
+    QCommandLineOption screenshotOption(QStringLiteral("screenshot"),
+                                        QStringLiteral("Saves the loaded window to <file>."),
+                                        QStringLiteral("file"));
+    screenshotOption.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(screenshotOption);
     if (!parser.parse(QApplication::arguments())) {
         QTextStream(stderr) << "tidyfold: " << parser.errorText() << "\n"
                             << "Try 'tidyfold --help' for the options.\n";
@@ -70,6 +77,16 @@ int main(int argc, char* argv[]) {
     }
     if (!window.isVisible()) {
         return 0;
+    }
+    if (parser.isSet(screenshotOption)) {
+        const QString file = parser.value(screenshotOption);
+        QTimer::singleShot(500, &window, [&window, file] {
+            const bool saved = window.grab().save(file);
+            if (!saved) {
+                QTextStream(stderr) << "tidyfold: could not save " << file << "\n";
+            }
+            QApplication::exit(saved ? 0 : 1);
+        });
     }
     return QApplication::exec();
 }

@@ -69,7 +69,11 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
 }
 
 frmRemoveItems::~frmRemoveItems() {
+    // The views go before the logic whose state they show: Qt would delete them only after the
+    // members, the logic among them, are gone.
     logic_->controls.setObserver(nullptr);
+    trvFolders_->setModel(nullptr);
+    delete treeModel_;
 }
 
 void frmRemoveItems::buildMenus() {

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Tidyfold needs that are not installed yet.
+#   scripts/setup.sh          what building and running needs
+#   scripts/setup.sh --tests  that, plus what the tests need
+set -euo pipefail
+
+packages=(
+    cmake ninja-build g++ pkg-config
+    qt6-base-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
+    libsqlite3-dev
+)
+if [[ "${1:-}" == "--tests" ]]; then
+    packages+=(googletest libgtest-dev xvfb xauth)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "ok installed"; then
+        missing+=("$package")
+    fi
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+echo "Installing: ${missing[*]}"
+sudo=""
+if [[ $(id -u) -ne 0 ]]; then
+    sudo="sudo"
+fi
+$sudo apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
