@@ -1,0 +1,115 @@
+#include "store/store_locator.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+#include "common/failure.h"
+#include "outlook/constants.h"
+#include "store/local/sample_content.h"
+#include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
+
+namespace tf::testing {
+namespace {
+
+class StoreLocator : public ::testing::Test {
+  protected:
+    QString sample(const QString& name, int stores = 1) {
+        const QString path = home.file(name);
+        store::local::SampleOptions options;
+        options.stores = stores;
+        options.items = 60;
+        store::local::writeSampleStoreFile(path, options);
+        return path;
+    }
+    static QString failureOf(const std::function<void()>& call) {
+        try {
+            call();
+        } catch (const Failure& failure) {
+            return failure.description();
+        }
+        return {};
+    }
+
+    TempHome home;
+};
+
+TEST_F(StoreLocator, TheDefaultStoreLivesInTheUsersDataFolder) {
+    EXPECT_EQ(
+        store::defaultStorePath(),
+        QDir(home.path()).filePath(QStringLiteral(".local/share/Tidyfold/default.tidystore")));
+}
+
+TEST_F(StoreLocator, NothingNamedMeansNothingToAttachTo) {
+    store::StoreApplicationSource source({}, home.file(QStringLiteral("default.tidystore")));
+    EXPECT_EQ(source.GetObject(), nullptr);
+    EXPECT_FALSE(QFile::exists(home.file(QStringLiteral("default.tidystore"))));
+}
+
+TEST_F(StoreLocator, TheFirstRunMakesTheDefaultStoreAndLaterRunsKeepIt) {
+    const QString path = home.file(QStringLiteral("data/Tidyfold/default.tidystore"));
+    long inboxBefore = 0;
+    {
+        store::StoreApplicationSource source({}, path);
+        auto ns = source.CreateObject()->GetNamespace(QStringLiteral("MAPI"));
+        EXPECT_TRUE(QFile::exists(path));
+        EXPECT_FALSE(QFile::exists(path + QStringLiteral(".partial")));
+        auto inbox = ns->GetDefaultFolder(outlook::olFolderInbox)->Items();
+        inboxBefore = inbox->Count();
+        ASSERT_GT(inboxBefore, 0);
+        inbox->Item(1)->Delete();
+    }
+    store::StoreApplicationSource again({}, path);
+    auto ns = again.CreateObject()->GetNamespace(QStringLiteral("MAPI"));
+    // The store was opened as it was left, not made anew.
+    EXPECT_EQ(ns->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), inboxBefore - 1);
+}
+
+TEST_F(StoreLocator, ADefaultStoreThatCannotBeMadeSaysWhere) {
+    QFile blocker(home.file(QStringLiteral("blocker")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    store::StoreApplicationSource source({},
+                                         home.file(QStringLiteral("blocker/default.tidystore")));
+    const QString message = failureOf([&] { source.CreateObject(); });
+    EXPECT_TRUE(message.contains(home.file(QStringLiteral("blocker")))) << message.toStdString();
+}
+
+TEST_F(StoreLocator, NamedStoresOpenSideBySide) {
+    const QString one = sample(QStringLiteral("one.tidystore"));
+    const QString two = sample(QStringLiteral("two.tidystore"), 2);
+    store::StoreApplicationSource source({one, QStringLiteral("local:") + two},
+                                         home.file(QStringLiteral("default.tidystore")));
+    auto ns = source.GetObject()->GetNamespace(QStringLiteral("MAPI"));
+    EXPECT_EQ(ns->Folders()->Count(), 3);
+    EXPECT_FALSE(QFile::exists(home.file(QStringLiteral("default.tidystore"))));
+}
+
+TEST_F(StoreLocator, AHomeRelativeNameIsExpanded) {
+    sample(QStringLiteral("mine.tidystore"));
+    EXPECT_EQ(store::openStores(QStringLiteral("~/mine.tidystore")).size(), 1u);
+    EXPECT_EQ(store::openStores(QStringLiteral("local:~/mine.tidystore")).size(), 1u);
+}
+
+TEST_F(StoreLocator, ANamedStoreThatFailsIsNamedWithTheReason) {
+    const QString missing = home.file(QStringLiteral("nowhere.tidystore"));
+    store::StoreApplicationSource source({missing}, home.file(QStringLiteral("default.tidystore")));
+    const QString message = failureOf([&] { source.GetObject(); });
+    EXPECT_TRUE(message.startsWith(
+        QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n").arg(missing)))
+        << message.toStdString();
+    EXPECT_GT(message.size(),
+              QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n").arg(missing).size());
+}
+
+TEST_F(StoreLocator, UnknownKindsOfStoreAreRefusedPlainly) {
+    EXPECT_TRUE(failureOf([] {
+                    store::openStores(QStringLiteral("imap://mail.example.org"));
+                }).contains(QStringLiteral("\"imap:\" is not a kind of store")));
+    EXPECT_FALSE(failureOf([] { store::openStores(QStringLiteral("local:")); }).isEmpty());
+}
+
+}  // namespace
+}  // namespace tf::testing
