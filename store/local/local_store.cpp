@@ -9,6 +9,7 @@
 
 #include "common/failure.h"
 #include "outlook/constants.h"
+#include "outlook/item_properties.h"
 #include "outlook/item_window.h"
 #include "store/local/schema.h"
 #include "store/local/sqlite_db.h"
@@ -16,6 +17,12 @@
 namespace tf::store::local {
 
 namespace {
+
+using outlook::hasEnd;
+using outlook::hasReceivedTime;
+using outlook::hasSender;
+using outlook::hasTaskDates;
+using outlook::notSupported;
 
 using outlook::FolderPtr;
 using outlook::FoldersPtr;
@@ -25,27 +32,6 @@ using outlook::ItemsPtr;
 // Rows are read in pages: a window loop over Items.Item(1..N) costs one query per page.
 constexpr long kPageSize = 512;
 constexpr std::size_t kRowCacheLimit = 4 * kPageSize;
-
-// Which properties an item class carries, as on Outlook's own item objects: received messages
-// (mail, post, report, meeting messages) have ReceivedTime; tasks and task requests DueDate and
-// DateCompleted; appointments and journal entries End. Every class has LastModificationTime.
-bool hasSender(long c) {
-    return c == 43 || c == 45 || c == 46 || (c >= 49 && c <= 57);
-}
-bool hasReceivedTime(long c) {
-    return c == 43 || c == 45 || c == 46 || (c >= 53 && c <= 57);
-}
-bool hasTaskDates(long c) {
-    return c == 48 || (c >= 49 && c <= 52);
-}
-bool hasEnd(long c) {
-    return c == 26 || c == 42;
-}
-
-[[noreturn]] void notSupported() {
-    throw Failure(err::kNotSupported,
-                  QStringLiteral("Object doesn't support this property or method"));
-}
 
 [[noreturn]] void outOfBounds() {
     throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));

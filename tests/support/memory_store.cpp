@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "common/failure.h"
+#include "outlook/item_properties.h"
 
 namespace tf::testing {
 
@@ -48,13 +49,22 @@ class MemoryItem : public outlook::Item {
     QString EntryID() const override { return data_->entryID; }
     QString Body() const override { return data_->spec.body; }
     outlook::MapiObjectPtr MAPIOBJECT() const override {
-        return std::make_shared<MemoryMapi>(data_->spec.sender);
+        return std::make_shared<MemoryMapi>(outlook::hasSender(Class()) ? data_->spec.sender
+                                                                        : QString());
     }
-    OleDate ReceivedTime() const override { return data_->spec.received; }
+    OleDate ReceivedTime() const override {
+        return outlook::ifSupported(outlook::hasReceivedTime(Class()), data_->spec.received);
+    }
     OleDate LastModificationTime() const override { return data_->spec.modified; }
-    OleDate DateCompleted() const override { return data_->spec.completed; }
-    OleDate DueDate() const override { return data_->spec.due; }
-    OleDate End() const override { return data_->spec.end; }
+    OleDate DateCompleted() const override {
+        return outlook::ifSupported(outlook::hasTaskDates(Class()), data_->spec.completed);
+    }
+    OleDate DueDate() const override {
+        return outlook::ifSupported(outlook::hasTaskDates(Class()), data_->spec.due);
+    }
+    OleDate End() const override {
+        return outlook::ifSupported(outlook::hasEnd(Class()), data_->spec.end);
+    }
     bool UnRead() const override { return data_->spec.unread; }
     FolderPtr Parent() const override { return store_->wrap(holder()); }
     void Delete() override {
@@ -129,6 +139,7 @@ class MemoryFolder : public outlook::MAPIFolder {
     MemoryFolder(std::shared_ptr<const MemoryStore> store, MemoryStore::Folder data)
         : store_(std::move(store)), data_(std::move(data)) {}
     FolderPtr Parent() const override {
+        checkAttached();
         const MemoryStore::Folder parent = data_->parent.lock();
         return parent ? store_->wrap(parent) : nullptr;
     }
@@ -138,9 +149,11 @@ class MemoryFolder : public outlook::MAPIFolder {
         return data_->entryID;
     }
     outlook::FoldersPtr Folders() const override {
+        checkAttached();
         return std::make_shared<MemoryFolders>(store_, data_);
     }
     outlook::ItemsPtr Items() const override {
+        checkAttached();
         return std::make_shared<MemoryItems>(store_, data_);
     }
     QString Name() const override { return data_->name; }
@@ -150,7 +163,14 @@ class MemoryFolder : public outlook::MAPIFolder {
     }
 
   private:
+    // A folder object of a folder that has since been removed fails, as on a real store.
+    void checkAttached() const {
+        if (!store_->contains(data_)) {
+            throw Failure(err::kAutomation, QStringLiteral("The folder has been deleted."));
+        }
+    }
     void checkIds() const {
+        checkAttached();
         if (store_->identifiersBroken(data_.get())) {
             throw Failure(err::kAutomation, QStringLiteral("The identifiers cannot be read."));
         }
@@ -249,6 +269,19 @@ outlook::FolderPtr MemoryStore::wrap(const Folder& folder) const {
 outlook::ItemPtr MemoryStore::wrap(const std::shared_ptr<MemoryItemData>& item,
                                    const Folder& in) const {
     return std::make_shared<MemoryItem>(shared_from_this(), item, in);
+}
+
+bool MemoryStore::contains(const Folder& folder) const {
+    Folder at = folder;
+    while (at != top_) {
+        const Folder parent = at->parent.lock();
+        if (!parent || std::find(parent->folders.begin(), parent->folders.end(), at) ==
+                           parent->folders.end()) {
+            return false;
+        }
+        at = parent;
+    }
+    return true;
 }
 
 bool MemoryStore::identifiersBroken(const MemoryFolderData* folder) const {

@@ -76,6 +76,7 @@ class MemoryStore : public outlook::Store, public std::enable_shared_from_this<M
     QString location() const override { return QStringLiteral("memory:") + top_->name; }
 
     // Used by the wrappers.
+    bool contains(const Folder& folder) const;
     bool identifiersBroken(const MemoryFolderData* folder) const;
     void countCalled() const { ++itemCountCalls_; }
     Folder deletedItems() const;

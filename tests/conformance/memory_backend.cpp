@@ -1,0 +1,59 @@
+#include <map>
+
+#include "outlook/constants.h"
+#include "tests/conformance/backend.h"
+#include "tests/support/memory_store.h"
+
+// The logic tests' in-memory store is held to the same contract as the real backends, so that a
+// rule tested over it holds over them too.
+namespace tf::conformance {
+
+namespace {
+
+class MemoryBackend : public Backend {
+  public:
+    outlook::StorePtr create(const StoreSpec& spec, const QString&) override {
+        using namespace outlook;
+        store_ = testing::MemoryStore::create(spec.name, QStringLiteral("MEMORY-STORE"));
+        std::map<QString, testing::MemoryStore::Folder> folders{{QString(), store_->top()}};
+        for (const FolderSpec& folder : spec.folders) {
+            const qsizetype cut = folder.path.lastIndexOf(QLatin1Char('/'));
+            const QString name = folder.path.mid(cut + 1);
+            long type = 0;
+            if (cut < 0 && name == QLatin1String("Inbox")) {
+                type = olFolderInbox;
+            } else if (cut < 0 && name == QLatin1String("Deleted Items")) {
+                type = olFolderDeletedItems;
+            }
+            const auto parent = folders.at(cut < 0 ? QString() : folder.path.left(cut));
+            const auto added = store_->addFolder(parent, name, olMailItem, type);
+            folders[folder.path] = added;
+            for (const MailSpec& mail : folder.mails) {
+                testing::MemoryItemSpec item;
+                item.subject = mail.subject;
+                item.sender = mail.sender;
+                item.body = mail.body;
+                item.received = toOleDate(mail.received);
+                item.modified = item.received;
+                item.unread = mail.unread;
+                store_->addItem(added, item);
+            }
+        }
+        return store_;
+    }
+
+    // Memory outlives nothing: reopening finds the store as it was left.
+    outlook::StorePtr reopen(const QString&) override { return store_; }
+
+  private:
+    std::shared_ptr<testing::MemoryStore> store_;
+};
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Memory, ObjectModelConformance,
+                         ::testing::Values(BackendParam{
+                             "Memory", [] { return std::make_unique<MemoryBackend>(); }}),
+                         backendName);
+
+}  // namespace tf::conformance
