@@ -9,6 +9,7 @@
 
 #include "common/failure.h"
 #include "outlook/constants.h"
+#include "outlook/item_fields.h"
 #include "outlook/item_properties.h"
 #include "outlook/item_window.h"
 #include "store/local/schema.h"
@@ -49,22 +50,12 @@ constexpr std::size_t kRowCacheLimit = 4 * kPageSize;
         QStringLiteral("The operation failed. The folder \"%1\" no longer exists.").arg(name));
 }
 
-struct Row {
+struct Row : outlook::ItemFields {
     qint64 id = 0;
     qint64 store = 0;
     qint64 folder = 0;
     QString entryId;
-    long itemClass = 0;
-    QString subject;
-    QString body;
-    QString sender;
     bool hasSender = false;
-    OleDate received = kNoDate;
-    OleDate modified = kNoDate;
-    OleDate due = kNoDate;
-    OleDate completed = kNoDate;
-    OleDate end = kNoDate;
-    bool unread = false;
 };
 using RowPtr = std::shared_ptr<const Row>;
 

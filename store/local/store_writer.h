@@ -5,22 +5,13 @@
 #include <memory>
 
 #include "common/dates.h"
+#include "outlook/item_fields.h"
+#include "outlook/item_fields.h"
 
 namespace tf::store::local {
 
 // One item as the writer stores it. Dates left at kNoDate are stored as absent.
-struct ItemData {
-    long itemClass = 43;
-    QString subject;
-    QString body;
-    QString sender;
-    OleDate received = kNoDate;
-    OleDate modified = kNoDate;
-    OleDate due = kNoDate;
-    OleDate completed = kNoDate;
-    OleDate end = kNoDate;
-    bool unread = false;
-};
+using ItemData = outlook::ItemFields;
 
 // Writes a new store file in one transaction. The file appears under its name only when
 // finish() has succeeded; until then it is built beside it, so a failed or killed run never

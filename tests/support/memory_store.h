@@ -7,22 +7,12 @@
 #include <vector>
 
 #include "outlook/constants.h"
+#include "outlook/item_fields.h"
 #include "outlook/object_model.h"
 
 namespace tf::testing {
 
-struct MemoryItemSpec {
-    long itemClass = outlook::olMail;
-    QString subject;
-    QString sender;
-    QString body;
-    OleDate received = kNoDate;
-    OleDate modified = kNoDate;
-    OleDate completed = kNoDate;
-    OleDate due = kNoDate;
-    OleDate end = kNoDate;
-    bool unread = false;
-};
+using MemoryItemSpec = outlook::ItemFields;
 
 struct MemoryFolderData;
 struct MemoryItemData {
