@@ -6,7 +6,6 @@
 
 #include "common/dates.h"
 #include "outlook/item_fields.h"
-#include "outlook/item_fields.h"
 
 namespace tf::store::local {
 

@@ -50,7 +50,9 @@ struct BackendParam {
     std::function<std::unique_ptr<Backend>()> make;
 };
 
-inline void PrintTo(const BackendParam& param, std::ostream* out) { *out << param.name; }
+inline void PrintTo(const BackendParam& param, std::ostream* out) {
+    *out << param.name;
+}
 
 inline std::string backendName(const ::testing::TestParamInfo<BackendParam>& info) {
     return info.param.name;
