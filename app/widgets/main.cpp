@@ -2,7 +2,7 @@
 #include <QCommandLineParser>
 #include <QTextStream>
 #include <QTimer>
-#include <cstdio>
+#include <optional>
 
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
@@ -16,59 +16,87 @@ bool haveDisplay() {
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
+QStringList argumentsOf(int argc, char* argv[]) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    return arguments;
+}
+
+struct Options {
+    QStringList stores;
+    QString screenshot;
+};
+
+// Reads the command line before any window exists, so that --help, --version and mistakes are
+// answered on a machine without a display too. Returns an exit code when the program is done.
+std::optional<int> parse(const QStringList& arguments, Options& options) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Removes unwanted items from mail stores, safely."));
+    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows these options."));
+    const QCommandLineOption version(QStringLiteral("version"),
+                                     QStringLiteral("Shows the version."));
+    const QCommandLineOption store(
+        QStringLiteral("store"),
+        QStringLiteral("Opens the store at <location> (local:FILE or FILE) instead of the default "
+                       "store. Repeat it to open several stores."),
+        QStringLiteral("location"));
+    // For documentation and checks: saves a picture of the window once it has loaded, then quits.
+    QCommandLineOption screenshot(QStringLiteral("screenshot"),
+                                  QStringLiteral("Saves the loaded window to <file>."),
+                                  QStringLiteral("file"));
+    screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOptions({help, version, store, screenshot});
+
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    if (!parser.parse(arguments)) {
+        err << "tidyfold: " << parser.errorText() << "\nTry 'tidyfold --help' for the options.\n";
+        return 2;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        err << "tidyfold: unexpected argument '" << parser.positionalArguments().first()
+            << "'. Name stores with --store.\n";
+        return 2;
+    }
+    if (parser.isSet(help)) {
+        // No application object exists yet to lend the parser its name.
+        out << parser.helpText().replace(QStringLiteral("<executable_name>"),
+                                         QStringLiteral("tidyfold"));
+        return 0;
+    }
+    if (parser.isSet(version)) {
+        out << "Tidyfold " << TIDYFOLD_VERSION << "\n";
+        return 0;
+    }
+    options.stores = parser.values(store);
+    options.screenshot = parser.value(screenshot);
+    return std::nullopt;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    Options options;
+    if (const std::optional<int> done = parse(argumentsOf(argc, argv), options)) {
+        return *done;
+    }
     if (!haveDisplay()) {
-        std::fputs(
-            "Tidyfold is a desktop program and needs a display, but none was found "
-            "(DISPLAY is not set).\n"
-            "Run it from a desktop session, or under a virtual display:\n"
-            "    xvfb-run -a tidyfold\n",
-            stderr);
+        QTextStream(stderr)
+            << "Tidyfold is a desktop program and needs a display, but none was found "
+               "(DISPLAY is not set).\n"
+               "Run it from a desktop session, or under a virtual display:\n"
+               "    xvfb-run -a tidyfold\n";
         return 2;
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tidyfold"));
     QApplication::setApplicationVersion(QStringLiteral(TIDYFOLD_VERSION));
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Removes unwanted items from mail stores, safely."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption storeOption(
-        QStringLiteral("store"),
-        QStringLiteral("Opens the store at <location> (local:FILE or FILE) instead of the default "
-                       "store. Repeat it to open several stores."),
-        QStringLiteral("location"));
-    parser.addOption(storeOption);
-    // For documentation and checks: saves a picture of the window once it has loaded, then quits.
-    QCommandLineOption screenshotOption(QStringLiteral("screenshot"),
-                                        QStringLiteral("Saves the loaded window to <file>."),
-                                        QStringLiteral("file"));
-    screenshotOption.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOption(screenshotOption);
-    if (!parser.parse(QApplication::arguments())) {
-        QTextStream(stderr) << "tidyfold: " << parser.errorText() << "\n"
-                            << "Try 'tidyfold --help' for the options.\n";
-        return 2;
-    }
-    if (parser.isSet(QStringLiteral("help"))) {
-        parser.showHelp(0);
-    }
-    if (parser.isSet(QStringLiteral("version"))) {
-        parser.showVersion();
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        QTextStream(stderr) << "tidyfold: unexpected argument '"
-                            << parser.positionalArguments().first()
-                            << "'. Name stores with --store.\n";
-        return 2;
-    }
-
-    tf::store::StoreApplicationSource source(parser.values(storeOption),
-                                             tf::store::defaultStorePath());
+    tf::store::StoreApplicationSource source(options.stores, tf::store::defaultStorePath());
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, source);
@@ -78,9 +106,8 @@ int main(int argc, char* argv[]) {
     if (!window.isVisible()) {
         return 0;
     }
-    if (parser.isSet(screenshotOption)) {
-        const QString file = parser.value(screenshotOption);
-        QTimer::singleShot(500, &window, [&window, file] {
+    if (!options.screenshot.isEmpty()) {
+        QTimer::singleShot(500, &window, [&window, file = options.screenshot] {
             const bool saved = window.grab().save(file);
             if (!saved) {
                 QTextStream(stderr) << "tidyfold: could not save " << file << "\n";
