@@ -154,7 +154,7 @@ void frmRemoveItems::buildControls() {
     labelFont.setBold(true);
     lblCurrentFolder_->setFont(labelFont);
 
-    frmOptions_ = qobject_cast<QGroupBox*>(buildOptionsFrame());
+    frmOptions_ = buildOptionsFrame();
     frmOptions_->setParent(central);
 
     cmdRun_ = new QPushButton(QStringLiteral("&Clean"), central);
@@ -186,7 +186,7 @@ void frmRemoveItems::buildControls() {
     }
 }
 
-QWidget* frmRemoveItems::buildOptionsFrame() {
+QGroupBox* frmRemoveItems::buildOptionsFrame() {
     auto* frame = new QGroupBox(QStringLiteral("Options"));
     frame->setObjectName(QStringLiteral("frmOptions"));
     auto* layout = new QVBoxLayout(frame);

@@ -49,7 +49,7 @@ class frmRemoveItems : public QMainWindow, public WindowShell, private ControlsO
   private:
     void buildMenus();
     void buildControls();
-    QWidget* buildOptionsFrame();
+    QGroupBox* buildOptionsFrame();
     void placeControls();
     void controlChanged(const QString& name) override;
     void syncExpansion(int node);

@@ -59,14 +59,15 @@ TEST_F(MainWindowWidgets, OpensOnAStoreAndShowsItsTree) {
     frmMessageBox messageWindow;
     messageWindow.show();
     frmRemoveItems window(messageWindow, source);
+    // Watches every change the tree build makes to the view's model.
+    QAbstractItemModel* model = window.folderView()->model();
+    QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::Fatal);
     ASSERT_TRUE(window.load());
     EXPECT_TRUE(answerer.texts().isEmpty())
         << answerer.texts().join(QStringLiteral("|")).toStdString();
 
     EXPECT_TRUE(window.isVisible());
     EXPECT_FALSE(messageWindow.isVisible());
-    QAbstractItemModel* model = window.folderView()->model();
-    QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::Warning);
     ASSERT_EQ(model->rowCount(), 1);
     const QModelIndex root = model->index(0, 0);
     EXPECT_TRUE(root.data().toString().startsWith(QStringLiteral("Personal Folders - (")));
