@@ -36,6 +36,15 @@ struct StoreSpec {
     std::vector<FolderSpec> folders;
 };
 
+// A folder path taken apart: its parent's path (empty at the top), its own name, and the
+// default-folder number it stands for (0 for a user folder).
+struct FolderPlace {
+    QString parent;
+    QString name;
+    long defaultFolder = 0;
+};
+FolderPlace placeOf(const FolderSpec& folder);
+
 class Backend {
   public:
     virtual ~Backend() = default;

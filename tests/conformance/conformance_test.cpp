@@ -80,6 +80,19 @@ void expectFailure(F&& call) {
 
 }  // namespace
 
+FolderPlace placeOf(const FolderSpec& folder) {
+    const qsizetype cut = folder.path.lastIndexOf(QLatin1Char('/'));
+    FolderPlace place;
+    place.parent = cut < 0 ? QString() : folder.path.left(cut);
+    place.name = folder.path.mid(cut + 1);
+    if (cut < 0 && place.name == QLatin1String("Inbox")) {
+        place.defaultFolder = outlook::olFolderInbox;
+    } else if (cut < 0 && place.name == QLatin1String("Deleted Items")) {
+        place.defaultFolder = outlook::olFolderDeletedItems;
+    }
+    return place;
+}
+
 StoreSpec standardStore() {
     StoreSpec spec;
     spec.name = QStringLiteral("Personal Folders");

@@ -18,16 +18,9 @@ class LocalBackend : public Backend {
         std::map<QString, qint64> ids;
         ids[QString()] = writer.addStore(spec.name);
         for (const FolderSpec& folder : spec.folders) {
-            const qsizetype cut = folder.path.lastIndexOf(QLatin1Char('/'));
-            const QString parent = cut < 0 ? QString() : folder.path.left(cut);
-            const QString name = folder.path.mid(cut + 1);
-            long type = 0;
-            if (cut < 0 && name == QLatin1String("Inbox")) {
-                type = olFolderInbox;
-            } else if (cut < 0 && name == QLatin1String("Deleted Items")) {
-                type = olFolderDeletedItems;
-            }
-            const qint64 id = writer.addFolder(ids.at(parent), name, olMailItem, type);
+            const FolderPlace place = placeOf(folder);
+            const qint64 id =
+                writer.addFolder(ids.at(place.parent), place.name, olMailItem, place.defaultFolder);
             ids[folder.path] = id;
             for (const MailSpec& mail : folder.mails) {
                 store::local::ItemData item;

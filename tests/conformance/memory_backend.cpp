@@ -17,16 +17,9 @@ class MemoryBackend : public Backend {
         store_ = testing::MemoryStore::create(spec.name, QStringLiteral("MEMORY-STORE"));
         std::map<QString, testing::MemoryStore::Folder> folders{{QString(), store_->top()}};
         for (const FolderSpec& folder : spec.folders) {
-            const qsizetype cut = folder.path.lastIndexOf(QLatin1Char('/'));
-            const QString name = folder.path.mid(cut + 1);
-            long type = 0;
-            if (cut < 0 && name == QLatin1String("Inbox")) {
-                type = olFolderInbox;
-            } else if (cut < 0 && name == QLatin1String("Deleted Items")) {
-                type = olFolderDeletedItems;
-            }
-            const auto parent = folders.at(cut < 0 ? QString() : folder.path.left(cut));
-            const auto added = store_->addFolder(parent, name, olMailItem, type);
+            const FolderPlace place = placeOf(folder);
+            const auto added = store_->addFolder(folders.at(place.parent), place.name, olMailItem,
+                                                 place.defaultFolder);
             folders[folder.path] = added;
             for (const MailSpec& mail : folder.mails) {
                 testing::MemoryItemSpec item;
