@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "outlook/item_fields.h"
 #include "outlook/object_model.h"
 
 // The object model's conformance suite runs against every backend through this description.
@@ -44,6 +45,8 @@ struct FolderPlace {
     long defaultFolder = 0;
 };
 FolderPlace placeOf(const FolderSpec& folder);
+// A described mail as a backend stores it.
+outlook::ItemFields fieldsOf(const MailSpec& mail);
 
 class Backend {
   public:

@@ -80,6 +80,17 @@ void expectFailure(F&& call) {
 
 }  // namespace
 
+outlook::ItemFields fieldsOf(const MailSpec& mail) {
+    outlook::ItemFields item;
+    item.subject = mail.subject;
+    item.sender = mail.sender;
+    item.body = mail.body;
+    item.received = toOleDate(mail.received);
+    item.modified = item.received;
+    item.unread = mail.unread;
+    return item;
+}
+
 FolderPlace placeOf(const FolderSpec& folder) {
     const qsizetype cut = folder.path.lastIndexOf(QLatin1Char('/'));
     FolderPlace place;

@@ -23,15 +23,7 @@ class LocalBackend : public Backend {
                 writer.addFolder(ids.at(place.parent), place.name, olMailItem, place.defaultFolder);
             ids[folder.path] = id;
             for (const MailSpec& mail : folder.mails) {
-                store::local::ItemData item;
-                item.itemClass = olMail;
-                item.subject = mail.subject;
-                item.sender = mail.sender;
-                item.body = mail.body;
-                item.received = toOleDate(mail.received);
-                item.modified = item.received;
-                item.unread = mail.unread;
-                writer.addItem(id, item);
+                writer.addItem(id, fieldsOf(mail));
             }
         }
         writer.finish();

@@ -22,14 +22,7 @@ class MemoryBackend : public Backend {
                                                  place.defaultFolder);
             folders[folder.path] = added;
             for (const MailSpec& mail : folder.mails) {
-                testing::MemoryItemSpec item;
-                item.subject = mail.subject;
-                item.sender = mail.sender;
-                item.body = mail.body;
-                item.received = toOleDate(mail.received);
-                item.modified = item.received;
-                item.unread = mail.unread;
-                store_->addItem(added, item);
+                store_->addItem(added, fieldsOf(mail));
             }
         }
         return store_;
