@@ -11,14 +11,9 @@ bool Start_Outlook(ErrorContext& errors, Prompter& prompter, MessageWindow& mess
 
         // A store named by the user that cannot be opened is reported as it is; falling back to
         // the default store would show the user someone else's folders.
-        bool namedStoreFailed = false;
-        errors.attempt([&] { session.application = source.GetObject(); });
-        if (errors.current.isSet()) {
-            namedStoreFailed = true;
+        if (!errors.attempt([&] { session.application = source.GetObject(); })) {
             prompter.ask(errors.current.description, Prompter::OkOnly | Prompter::Critical);
             errors.current.clear();
-        }
-        if (namedStoreFailed) {
             result = false;
             return;
         }
