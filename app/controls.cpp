@@ -22,6 +22,17 @@ ControlState& Controls::mutableState(const QString& name) {
     return const_cast<ControlState&>(std::as_const(*this)[name]);
 }
 
+void Controls::setValue(const QString& name, int value) {
+    if ((*this)[name].value == value) {
+        return;
+    }
+    update(name, [&](ControlState& c) { c.value = value; });
+    const auto handler = handlers_.find(name);
+    if (handler != handlers_.end() && handler->second) {
+        handler->second();
+    }
+}
+
 QStringList Controls::names() const {
     QStringList all;
     for (const auto& entry : controls_) {

@@ -2,6 +2,8 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstdint>
+#include <functional>
 #include <map>
 
 #include "common/dates.h"
@@ -11,7 +13,7 @@ namespace tf {
 // One control of the main window as the logic sees it. Positions are in twips (15 to a pixel at
 // 96 dpi), the unit the layout arithmetic is written in.
 struct ControlState {
-    QString caption;
+    QString caption;  // also the text of a text box
     QString toolTip;
     bool enabled = true;
     bool visible = true;
@@ -19,6 +21,12 @@ struct ControlState {
     OleDate date = 0;  // the date picker
     double left = 0, top = 0, width = 0, height = 0;
     double x1 = 0, x2 = 0;  // lines
+    std::uint32_t backColor = kWindowBackground;
+
+    // The system colour of a window's background (COLOR_WINDOW).
+    static constexpr std::uint32_t kWindowBackground = 0x80000005;
+    // The system colour of a dialog's face, the main window's own background (COLOR_BTNFACE).
+    static constexpr std::uint32_t kFormBackground = 0x8000000F;
 };
 
 // Told when the logic changes a control, so that the real widget follows.
@@ -51,6 +59,17 @@ class Controls {
     void setVisible(const QString& name, bool visible) {
         update(name, [&](ControlState& c) { c.visible = visible; });
     }
+    void setEnabled(const QString& name, bool enabled) {
+        update(name, [&](ControlState& c) { c.enabled = enabled; });
+    }
+    int value(const QString& name) const { return (*this)[name].value; }
+    // A check box's value. As with the real control, a change runs the box's click handler, so
+    // that the interlocks hold whether the user or the code changed it.
+    void setValue(const QString& name, int value);
+    // Runs when setValue changes the value.
+    void onClick(const QString& name, std::function<void()> handler) {
+        handlers_[name] = std::move(handler);
+    }
 
     void setObserver(ControlsObserver* observer) { observer_ = observer; }
 
@@ -58,6 +77,7 @@ class Controls {
     ControlState& mutableState(const QString& name);
 
     std::map<QString, ControlState> controls_;
+    std::map<QString, std::function<void()>> handlers_;
     ControlsObserver* observer_ = nullptr;
 };
 

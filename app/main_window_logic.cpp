@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <cmath>
+#include <utility>
 
 #include "common/numbers.h"
 
@@ -32,12 +33,12 @@ QStringList mainWindowControlNames() {
             QStringLiteral("chkSelectDate"),
             QStringLiteral("chkSelectSubject"),
             QStringLiteral("chkSelectType"),
-            QStringLiteral("chkType0"),
-            QStringLiteral("chkType1"),
-            QStringLiteral("chkType2"),
-            QStringLiteral("chkType3"),
-            QStringLiteral("chkType4"),
-            QStringLiteral("chkType5"),
+            QStringLiteral("chkType43"),
+            QStringLiteral("chkType26"),
+            QStringLiteral("chkType40"),
+            QStringLiteral("chkType42"),
+            QStringLiteral("chkType48"),
+            QStringLiteral("chkType44"),
             QStringLiteral("txtSelectSubject"),
             QStringLiteral("dtpCutoffDate"),
             QStringLiteral("chkMatchCase"),
@@ -46,7 +47,8 @@ QStringList mainWindowControlNames() {
             QStringLiteral("cmddebug"),
             QStringLiteral("linOptions1"),
             QStringLiteral("linOptions2"),
-            QStringLiteral("sbStatusBar")};
+            QStringLiteral("sbStatusBar"),
+            QStringLiteral("mnuUnmark")};
 }
 
 RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWindow& messageWindow,
@@ -55,11 +57,49 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
       controls(mainWindowControlNames()),
       treeBuilder(FolderTreeWindow{errors, prompter, yield, messageWindow, tree, records, grid,
                                    controls, colours}),
+      deletedItems(errors, tree, records, treeBuilder, controls),
+      filters(controls, tree, records),
+      gridLogic(parts(prompter, yield), treeBuilder, filters, deletedItems),
+      cache(parts(prompter, yield), treeBuilder, gridLogic),
+      reload(parts(prompter, yield), treeBuilder, gridLogic),
+      enabling(controls, tree, gridLogic),
+      options(parts(prompter, yield), gridLogic, enabling),
       prompter_(prompter),
       yield_(yield),
       messageWindow_(messageWindow),
       shell_(shell),
-      source_(source) {}
+      source_(source) {
+    setDesignTimeValues();
+}
+
+WindowParts RemoveItemsLogic::parts(Prompter& prompter, Yield& yield) {
+    // Takes the interfaces as arguments: the members that keep them are not set yet while the
+    // parts are handed out.
+    return WindowParts{errors, prompter, yield,   tree,  records,
+                       grid,   controls, colours, flags, status};
+}
+
+void RemoveItemsLogic::setDesignTimeValues() {
+    // The options as the window is designed: every row shown, every item type ticked, the
+    // filters off and the controls that belong to them disabled until they are switched on.
+    for (const char* name : {"chkShowSelectedItems", "chkShowUnselectedItems"}) {
+        controls.update(QLatin1String(name), [](ControlState& c) { c.value = 1; });
+    }
+    for (const TypeBox& box : kTypeBoxes) {
+        controls.update(QLatin1String(box.name), [](ControlState& c) {
+            c.value = 1;
+            c.enabled = false;
+        });
+    }
+    for (const char* name : {"dtpCutoffDate", "txtSelectSubject", "chkMatchCase", "chkMatchWord"}) {
+        controls.setEnabled(QLatin1String(name), false);
+    }
+    controls.update(QStringLiteral("txtSelectSubject"),
+                    [](ControlState& c) { c.backColor = ControlState::kFormBackground; });
+    for (const TypeBox& box : kTypeBoxes) {
+        controls.setCaption(QLatin1String(box.name), QLatin1String(box.caption));
+    }
+}
 
 bool RemoveItemsLogic::Form_Load() {
     errors.Trap_Errors = true;
@@ -83,7 +123,7 @@ bool RemoveItemsLogic::Form_Load() {
         p.step(QStringLiteral("Set Variables"));
         controls.update(QStringLiteral("dtpCutoffDate"),
                         [](ControlState& c) { c.date = toOleDate(QDate::currentDate()); });
-        Processing = false;
+        flags.Processing = false;
         Debug = false;
         controls.setVisible(QStringLiteral("cmddebug"), false);
         p.endSteps();
@@ -127,28 +167,29 @@ void RemoveItemsLogic::alignControls(Procedure& p) {
     });
     p.endSteps();
 
-    const ControlState& options = c[QStringLiteral("frmOptions")];
+    const ControlState& frame = c[QStringLiteral("frmOptions")];
     p.step(QStringLiteral("Align Command Button"));
     controls.update(QStringLiteral("cmdRun"), [&](ControlState& s) {
-        s.left = options.left;
-        s.width = options.width;
+        s.left = frame.left;
+        s.width = frame.width;
     });
     p.endSteps();
 
     p.step(QStringLiteral("Align Subject Box"));
     controls.update(QStringLiteral("txtSelectSubject"),
-                    [&](ControlState& s) { s.width = options.width - (s.left + 100); });
+                    [&](ControlState& s) { s.width = frame.width - (s.left + 100); });
     p.endSteps();
 
     p.step(QStringLiteral("Align Current Folder Label"));
-    const double w = roundHalfEven(gridControl.width + c[QStringLiteral("picSlider2")].width +
-                                   options.width - 75);
+    const double w =
+        roundHalfEven(gridControl.width + c[QStringLiteral("picSlider2")].width + frame.width - 75);
     controls.update(QStringLiteral("lblCurrentFolder"),
                     [&](ControlState& s) { s.width = w >= 1 ? w : 0; });
     p.endSteps();
 }
 
 void RemoveItemsLogic::Load_Interface() {
+    const bool wasLoading = std::exchange(flags.Loading, true);
     errors.run(QStringLiteral("Load_Interface"), [&](Procedure&) {
         grid.setRows(1);
         for (;;) {
@@ -160,6 +201,9 @@ void RemoveItemsLogic::Load_Interface() {
                 return;
             }
             treeBuilder.Set_Start_Folder();
+            deletedItems.Assigne_Deleted_Items_Folders();
+            startFolderIsCurrent();
+            gridLogic.Set_Grid_Columns();
 
             tree.setVisible(true);
             shell_.focusTree();
@@ -167,14 +211,64 @@ void RemoveItemsLogic::Load_Interface() {
             shell_.showMain();
             yield_.yield();
 
-            if (LoadingComplete) {
+            cache.Cache_Folder_Items();
+            if (flags.AllFoldersCached) {
                 prompter_.ask(QStringLiteral("All Folders Loaded"), Prompter::OkOnly);
                 break;
             }
-            if (!ReloadRequested) {
+            if (!flags.ReloadRequested) {
                 break;
             }
-            ReloadRequested = false;
+            // Cleared before building again, or one Refresh would rebuild for ever.
+            flags.ReloadRequested = false;
+        }
+    });
+    flags.Loading = wasLoading;
+}
+
+void RemoveItemsLogic::startFolderIsCurrent() {
+    // The start folder is the grid's current folder until the user picks another.
+    flags.CurrentNodeIndex = tree.selected();
+    flags.LastSelectedNode = tree.selected();
+    flags.CurrentGridItemType = 0;
+    if (flags.CurrentNodeIndex != 0) {
+        const outlook::FolderPtr& folder =
+            records[treeBuilder.Get_Node_Index(flags.CurrentNodeIndex)].Folder;
+        if (folder) {
+            errors.attempt([&] { flags.CurrentGridItemType = folder->DefaultItemType(); });
+            errors.current.clear();
+        }
+    }
+}
+
+void RemoveItemsLogic::mnuRefresh_Click() {
+    if (!flags.Loading) {
+        Load_Interface();
+        return;
+    }
+    // Inside a yield of the loading loop: the loop stops, and Load_Interface starts over.
+    flags.StopCaching = true;
+    flags.InterruptCaching = true;
+    flags.ReloadRequested = true;
+}
+
+void RemoveItemsLogic::mnuRefreshCurrent_Click() {
+    errors.run(QStringLiteral("mnuRefreshCurrent_Click"), [&](Procedure&) {
+        const int node = tree.selected();
+        if (node == 0) {
+            return;
+        }
+        FolderData& record = records[treeBuilder.Get_Node_Index(node)];
+        if (record.Folder) {
+            record.Reload = true;
+            grid.setRedraw(false);
+            reload.Reload_Marked_Folders();
+            grid.setRedraw(true);
+        }
+        if (!flags.Loading) {
+            cache.Cache_Folder_Items();
+        } else {
+            flags.InterruptCaching = true;
         }
     });
 }
@@ -184,8 +278,8 @@ void RemoveItemsLogic::mnuQuit_Click() {
                       QStringLiteral("Tidyfold")) != Prompter::Yes) {
         return;
     }
-    StopCaching = true;
-    InterruptCaching = true;
+    flags.StopCaching = true;
+    flags.InterruptCaching = true;
     shell_.unloadMain();
     messageWindow_.unload();
     shell_.unloadAbout();
@@ -197,8 +291,8 @@ void RemoveItemsLogic::Form_Unload() {
     }
     Unloaded = true;
     errors.run(QStringLiteral("Form_Unload"), [&](Procedure&) {
-        StopCaching = true;
-        InterruptCaching = true;
+        flags.StopCaching = true;
+        flags.InterruptCaching = true;
         messageWindow_.unload();
         shell_.unloadAbout();
         shell_.unloadMain();

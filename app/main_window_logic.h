@@ -2,14 +2,24 @@
 
 #include <QString>
 
+#include "app/control_enabling.h"
 #include "app/controls.h"
+#include "app/option_handlers.h"
+#include "app/status_panels.h"
+#include "app/window_flags.h"
+#include "app/window_parts.h"
 #include "app/window_shell.h"
+#include "cache/item_cache.h"
+#include "cache/item_filters.h"
 #include "common/message_window.h"
 #include "common/prompter.h"
 #include "common/yield.h"
 #include "errors/error_trap.h"
+#include "grid/grid_logic.h"
 #include "grid/items_grid.h"
+#include "outlook/deleted_items.h"
 #include "outlook/folder_data.h"
+#include "outlook/folder_reload.h"
 #include "outlook/folder_tree.h"
 #include "outlook/folder_tree_builder.h"
 #include "outlook/start_outlook.h"
@@ -30,6 +40,10 @@ class RemoveItemsLogic {
     bool Form_Load();
     void Load_Interface();
     void mnuQuit_Click();
+    // Rebuilds everything from the stores; while loading runs, has the loading start over.
+    void mnuRefresh_Click();
+    // Loads the selected folder's items again.
+    void mnuRefreshCurrent_Click();
     // The unload handler: also reached by closing the window. Never cancelled.
     void Form_Unload();
 
@@ -39,16 +53,19 @@ class RemoveItemsLogic {
     ItemsGrid grid;
     Controls controls;
     WindowColours colours;
+    WindowFlags flags;
+    StatusPanels status;
     FolderTreeBuilder treeBuilder;
+    DeletedItemsFolders deletedItems;
+    ItemFilters filters;
+    GridLogic gridLogic;
+    ItemCacheLoader cache;
+    FolderReload reload;
+    ControlEnabling enabling;
+    OptionHandlers options;
     OutlookSession session;
 
-    // Window-level flags.
-    bool Processing = false;  // a cleaning run is under way
     bool Debug = false;
-    bool StopCaching = false;
-    bool InterruptCaching = false;
-    bool LoadingComplete = false;
-    bool ReloadRequested = false;
     bool Unloaded = false;
 
     // Texts used by the About and Help windows.
@@ -57,7 +74,10 @@ class RemoveItemsLogic {
     QString productPage;
 
   private:
+    WindowParts parts(Prompter& prompter, Yield& yield);
     void alignControls(Procedure& p);
+    void setDesignTimeValues();
+    void startFolderIsCurrent();
 
     Prompter& prompter_;
     Yield& yield_;

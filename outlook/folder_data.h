@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "cache/item_data.h"
 #include "common/failure.h"
 #include "outlook/object_model.h"
 
@@ -14,9 +15,11 @@ struct FolderData {
     outlook::FolderPtr Folder;           // empty for the virtual root over several stores
     std::int32_t DeletedItemsIndex = 0;  // record of this store's "Deleted Items", 0 if none
     std::int32_t CachedCount = 0;        // leading items of the folder read into the cache
-    std::int32_t GridCount = 0;          // the grid's bookkeeping for this folder
+    std::int32_t GridCount = 0;          // leading cached items already handed to the grid
     bool Loaded = false;                 // nothing (more) to load into the item cache
     bool Reload = false;                 // to be reset and loaded again
+    std::vector<ItemData> ItemCache;     // ItemCache[i - 1] is the folder's item i
+    std::uint32_t Resets = 0;            // how often the record was reset, for a loader in flight
 };
 
 // The FolderData array: indexed from 1, one record per tree node.
@@ -35,14 +38,15 @@ class FolderRecords {
     FolderData& operator[](int index) { return records_.at(checked(index)); }
     const FolderData& operator[](int index) const { return records_.at(checked(index)); }
 
-    // Clears the counters and flags of one record; the folder stays.
+    // Clears the counters and flags of one record; the folder stays, and so does the index of its
+    // store's "Deleted Items", which a reload of the folder's items does not change.
     void reset(int index) {
         FolderData& record = (*this)[index];
-        record.DeletedItemsIndex = 0;
         record.CachedCount = 0;
         record.GridCount = 0;
         record.Loaded = false;
         record.Reload = false;
+        ++record.Resets;
     }
 
   private:

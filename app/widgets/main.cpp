@@ -1,5 +1,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QPixmap>
+#include <QScreen>
 #include <QTextStream>
 #include <QTimer>
 #include <optional>
@@ -100,20 +102,26 @@ int main(int argc, char* argv[]) {
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, source);
+    bool screenshotTaken = false;
+    if (!options.screenshot.isEmpty()) {
+        // Set before loading, so that the picture shows a message box loading may have open.
+        QTimer::singleShot(1500, &window, [&, file = options.screenshot] {
+            QPixmap picture = QGuiApplication::primaryScreen()->grabWindow(0);
+            if (picture.isNull()) {
+                picture = window.grab();
+            }
+            screenshotTaken = true;
+            if (!picture.save(file)) {
+                QTextStream(stderr) << "tidyfold: could not save " << file << "\n";
+            }
+            QApplication::exit(0);
+        });
+    }
     if (!window.load()) {
         return 1;
     }
-    if (!window.isVisible()) {
+    if (!window.isVisible() || screenshotTaken) {
         return 0;
-    }
-    if (!options.screenshot.isEmpty()) {
-        QTimer::singleShot(500, &window, [&window, file = options.screenshot] {
-            const bool saved = window.grab().save(file);
-            if (!saved) {
-                QTextStream(stderr) << "tidyfold: could not save " << file << "\n";
-            }
-            QApplication::exit(saved ? 0 : 1);
-        });
     }
     return QApplication::exec();
 }

@@ -1,6 +1,8 @@
 #include "app/widgets/main_window.h"
 
 #include <QAbstractButton>
+#include <QApplication>
+#include <QCalendarWidget>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QDateEdit>
@@ -19,6 +21,7 @@
 #include <cmath>
 
 #include "app/widgets/folder_tree_model.h"
+#include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
 
 namespace tf {
@@ -64,6 +67,11 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     buildMenus();
     buildControls();
     logic_->controls.setObserver(this);
+    logic_->status.setObserver(this);
+    for (const QString& name : logic_->controls.names()) {
+        controlChanged(name);
+    }
+    connectOptions();
     resize(1180, 760);
     placeControls();
 }
@@ -72,8 +80,11 @@ frmRemoveItems::~frmRemoveItems() {
     // The views go before the logic whose state they show: Qt would delete them only after the
     // members, the logic among them, are gone.
     logic_->controls.setObserver(nullptr);
+    logic_->status.setObserver(nullptr);
     trvFolders_->setModel(nullptr);
     delete treeModel_;
+    grdItems_->setModel(nullptr);
+    delete gridModel_;
 }
 
 void frmRemoveItems::buildMenus() {
@@ -82,10 +93,16 @@ void frmRemoveItems::buildMenus() {
     const auto add = [this](QMenu* menu, const QString& name, const QString& text) {
         QAction* action = menu->addAction(text);
         action->setObjectName(name);
+        actions_.insert(name, action);
         return action;
     };
-    add(file, QStringLiteral("mnuRefresh"), QStringLiteral("&Refresh"));
-    add(file, QStringLiteral("mnuRefreshCurrent"), QStringLiteral("Refresh &Current"));
+    QAction* refresh = add(file, QStringLiteral("mnuRefresh"), QStringLiteral("&Refresh"));
+    refresh->setShortcut(QKeySequence::Refresh);
+    connect(refresh, &QAction::triggered, this, [this] { logic_->mnuRefresh_Click(); });
+    QAction* refreshCurrent =
+        add(file, QStringLiteral("mnuRefreshCurrent"), QStringLiteral("Refresh &Current"));
+    connect(refreshCurrent, &QAction::triggered, this,
+            [this] { logic_->mnuRefreshCurrent_Click(); });
     file->addSeparator();
     add(file, QStringLiteral("mnuUnmark"), QStringLiteral("&Unmark"));
     add(file, QStringLiteral("mnuResetOptions"), QStringLiteral("Reset &Options"));
@@ -140,6 +157,18 @@ void frmRemoveItems::buildControls() {
     grdItems_->verticalHeader()->hide();
     grdItems_->horizontalHeader()->setHighlightSections(false);
     grdItems_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    grdItems_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    grdItems_->setWordWrap(false);
+    grdItems_->verticalHeader()->setDefaultSectionSize(grdItems_->fontMetrics().height() + 6);
+    grdItems_->horizontalHeader()->setSectionsClickable(true);
+    grdItems_->horizontalHeader()->setSortIndicatorShown(true);
+    gridModel_ = new ItemsGridModel(logic_->grid, this);
+    grdItems_->setModel(gridModel_);
+    connect(gridModel_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
+    connect(grdItems_->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int col) {
+        logic_->gridLogic.sortByColumn(col);
+        applyColumnWidths();
+    });
     // The program paints selected rows itself; the grid's own highlight would only mislead.
     grdItems_->setStyleSheet(
         QStringLiteral("QTableView { selection-background-color: palette(base); selection-color: "
@@ -254,18 +283,80 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
 
     check(QStringLiteral("chkSelectType"), QStringLiteral("Item Types"));
     auto* types = new QGridLayout;
-    const QStringList typeNames = {QStringLiteral("Mail"),     QStringLiteral("Appointments"),
-                                   QStringLiteral("Contacts"), QStringLiteral("Tasks"),
-                                   QStringLiteral("Journal"),  QStringLiteral("Notes")};
-    for (int i = 0; i < typeNames.size(); ++i) {
-        auto* box = new QCheckBox(typeNames[i], frame);
-        box->setObjectName(QStringLiteral("chkType%1").arg(i));
-        types->addWidget(box, i / 2, i % 2);
+    for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
+        auto* box = new QCheckBox(QLatin1String(kTypeBoxes[i].caption), frame);
+        box->setObjectName(QLatin1String(kTypeBoxes[i].name));
+        const int position = static_cast<int>(i);
+        types->addWidget(box, position / 2, position % 2);
     }
     types->setContentsMargins(18, 0, 0, 0);
     layout->addLayout(types);
     layout->addStretch(1);
     return frame;
+}
+
+void frmRemoveItems::connectOptions() {
+    // The user's changes go to the logic, which runs the option's handler; the logic's changes
+    // come back through controlChanged.
+    for (QCheckBox* box : frmOptions_->findChildren<QCheckBox*>()) {
+        const QString name = box->objectName();
+        connect(box, &QCheckBox::clicked, this,
+                [this, name](bool checked) { logic_->controls.setValue(name, checked ? 1 : 0); });
+    }
+    auto* subject = frmOptions_->findChild<QLineEdit*>(QStringLiteral("txtSelectSubject"));
+    connect(subject, &QLineEdit::textEdited, this, [this](const QString& text) {
+        logic_->controls.setCaption(QStringLiteral("txtSelectSubject"), text);
+    });
+    connect(subject, &QLineEdit::returnPressed, this,
+            [this] { logic_->options.txtSelectSubject_KeyPress(OptionHandlers::kEnter); });
+    connect(subject, &QLineEdit::editingFinished, this, [this, subject] {
+        // Enter has filtered already; losing the focus is the other way to apply the text.
+        if (!subject->hasFocus()) {
+            logic_->options.txtSelectSubject_Validate();
+        }
+    });
+    auto* date = frmOptions_->findChild<QDateEdit*>(QStringLiteral("dtpCutoffDate"));
+    connect(date, &QDateEdit::dateChanged, this, [this](const QDate& value) {
+        if (toQDate(logic_->controls[QStringLiteral("dtpCutoffDate")].date) != value) {
+            logic_->controls.update(QStringLiteral("dtpCutoffDate"),
+                                    [&](ControlState& c) { c.date = toOleDate(value); });
+        }
+    });
+    connect(date->calendarWidget(), &QCalendarWidget::clicked, this, [this, date](QDate value) {
+        date->setDate(value);
+        logic_->options.dtpCutoffDate_CloseUp();
+    });
+    connect(date, &QDateEdit::editingFinished, this, [this, date] {
+        if (date->hasFocus()) {
+            logic_->options.dtpCutoffDate_KeyDown(OptionHandlers::kEnter);
+        } else {
+            logic_->options.dtpCutoffDate_Validate();
+        }
+    });
+}
+
+void frmRemoveItems::applyColumnWidths() {
+    const ItemsGrid& grid = logic_->grid;
+    for (int col = 0; col < grid.Cols(); ++col) {
+        const int width = toPixels(grid.ColWidth(col));
+        grdItems_->setColumnHidden(col, width == 0);
+        if (width > 0) {
+            grdItems_->setColumnWidth(col, width);
+        }
+    }
+    const int sortColumn = logic_->gridLogic.Get_Sort_Column(logic_->gridLogic.sortField());
+    if (sortColumn < grid.Cols()) {
+        grdItems_->horizontalHeader()->setSortIndicator(
+            sortColumn,
+            logic_->gridLogic.sortAscending() ? Qt::AscendingOrder : Qt::DescendingOrder);
+    }
+}
+
+void frmRemoveItems::panelChanged(int panel) {
+    auto* label = statusBar()->findChild<QLabel*>(QStringLiteral("sbPanel%1").arg(panel));
+    if (label != nullptr) {
+        label->setText(logic_->status.text(panel));
+    }
 }
 
 bool frmRemoveItems::load() {
@@ -306,11 +397,15 @@ void frmRemoveItems::placeControls() {
 }
 
 void frmRemoveItems::controlChanged(const QString& name) {
+    const ControlState& c = logic_->controls[name];
+    if (QAction* action = actions_.value(name)) {
+        action->setEnabled(c.enabled);
+        return;
+    }
     QWidget* widget = widgets_.value(name);
     if (widget == nullptr) {
         return;
     }
-    const ControlState& c = logic_->controls[name];
     widget->setEnabled(c.enabled);
     widget->setToolTip(c.toolTip);
     if (name != QLatin1String("sbStatusBar")) {
@@ -326,6 +421,18 @@ void frmRemoveItems::controlChanged(const QString& name) {
         date->setDate(toQDate(c.date));
     } else if (auto* check = qobject_cast<QCheckBox*>(widget)) {
         check->setChecked(c.value == 1);
+        if (!c.caption.isEmpty()) {
+            check->setText(c.caption);
+        }
+    } else if (auto* edit = qobject_cast<QLineEdit*>(widget)) {
+        if (edit->text() != c.caption) {
+            edit->setText(c.caption);
+        }
+        QPalette palette = edit->palette();
+        palette.setBrush(QPalette::Base, c.backColor == ControlState::kWindowBackground
+                                             ? QApplication::palette().brush(QPalette::Base)
+                                             : QApplication::palette().brush(QPalette::Window));
+        edit->setPalette(palette);
     }
 }
 
@@ -374,6 +481,7 @@ void frmRemoveItems::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
     if (centralWidget() != nullptr) {
         placeControls();
+        logic_->gridLogic.Reset_Column_Widths();
     }
 }
 

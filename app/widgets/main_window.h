@@ -6,6 +6,7 @@
 
 #include "app/controls.h"
 #include "app/main_window_logic.h"
+#include "app/status_panels.h"
 #include "app/widgets/qt_prompter.h"
 #include "app/widgets/qt_yield.h"
 #include "app/window_shell.h"
@@ -20,11 +21,15 @@ class QFrame;
 namespace tf {
 
 class FolderTreeModel;
+class ItemsGridModel;
 class frmMessageBox;
 
 // frmRemoveItems: the main window. It renders the logic's state and passes the user's actions to
 // it; the rules themselves live in RemoveItemsLogic.
-class frmRemoveItems : public QMainWindow, public WindowShell, private ControlsObserver {
+class frmRemoveItems : public QMainWindow,
+                       public WindowShell,
+                       private ControlsObserver,
+                       private StatusPanelsObserver {
     Q_OBJECT
   public:
     frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& source);
@@ -35,6 +40,7 @@ class frmRemoveItems : public QMainWindow, public WindowShell, private ControlsO
 
     RemoveItemsLogic& logic() { return *logic_; }
     QTreeView* folderView() const { return trvFolders_; }
+    QTableView* itemsView() const { return grdItems_; }
 
     // WindowShell
     void showMain() override;
@@ -52,6 +58,9 @@ class frmRemoveItems : public QMainWindow, public WindowShell, private ControlsO
     QGroupBox* buildOptionsFrame();
     void placeControls();
     void controlChanged(const QString& name) override;
+    void panelChanged(int panel) override;
+    void connectOptions();
+    void applyColumnWidths();
     void syncExpansion(int node);
 
     QtPrompter prompter_;
@@ -68,6 +77,8 @@ class frmRemoveItems : public QMainWindow, public WindowShell, private ControlsO
     QLabel* lblCurrentFolder_ = nullptr;
     QPushButton* cmdRun_ = nullptr;
     FolderTreeModel* treeModel_ = nullptr;
+    ItemsGridModel* gridModel_ = nullptr;
+    QMap<QString, QAction*> actions_;
 
     int treeWidthPx_ = 270;
     int optionsWidthPx_ = 270;

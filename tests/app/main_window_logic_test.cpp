@@ -48,8 +48,7 @@ TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {
     useStore(store());
     ASSERT_TRUE(logic.Form_Load());
 
-    EXPECT_TRUE(prompter.shown().empty())
-        << prompter.texts().join(QStringLiteral("|")).toStdString();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("All Folders Loaded")});
     EXPECT_EQ(log.events(),
               (QStringList{QStringLiteral("message:show"), QStringLiteral("tree:focus"),
                            QStringLiteral("message:hide"), QStringLiteral("main:show")}));
@@ -61,14 +60,16 @@ TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {
     EXPECT_EQ(control(QStringLiteral("dtpCutoffDate")).date,
               datePart(control(QStringLiteral("dtpCutoffDate")).date));
     EXPECT_FALSE(control(QStringLiteral("cmddebug")).visible);
-    EXPECT_FALSE(logic.Processing);
+    EXPECT_FALSE(logic.flags.Processing);
     EXPECT_EQ(logic.colours.highlight, 0x00FFFF00u);
     EXPECT_EQ(logic.colours.unloaded, 0x00FF9696u);
     EXPECT_EQ(logic.colours.loaded, 0u);
-    EXPECT_EQ(logic.grid.Rows(), 1);
+    // The Inbox's four items are listed; its node is current and no folder is marked.
+    EXPECT_EQ(logic.grid.Rows(), 5);
+    EXPECT_EQ(logic.flags.CurrentNodeIndex, logic.tree.selected());
     EXPECT_EQ(logic.errors.stack.count(), 0);
-    // Without the item cache nothing reports loading as complete.
-    EXPECT_FALSE(logic.LoadingComplete);
+    EXPECT_TRUE(logic.flags.AllFoldersCached);
+    EXPECT_FALSE(logic.flags.Loading);
 }
 
 TEST_F(MainWindowLogic, EndsStartUpWhenNoSessionCanBeHad) {
@@ -88,8 +89,8 @@ TEST_F(MainWindowLogic, AStoreWithoutFoldersEndsTheProgram) {
     ASSERT_EQ(prompter.shown().size(), 1u);
     EXPECT_EQ(prompter.last().text, QStringLiteral("No folders were loaded."));
     EXPECT_EQ(prompter.last().buttons, Prompter::Critical);
-    EXPECT_TRUE(logic.StopCaching);
-    EXPECT_TRUE(logic.InterruptCaching);
+    EXPECT_TRUE(logic.flags.StopCaching);
+    EXPECT_TRUE(logic.flags.InterruptCaching);
     EXPECT_TRUE(log.events().endsWith(QStringLiteral("main:unload")));
     EXPECT_FALSE(log.events().contains(QStringLiteral("main:show")));
 }
@@ -145,8 +146,8 @@ TEST_F(MainWindowLogic, QuitAnsweredNoChangesNothing) {
     EXPECT_EQ(prompter.last().text, QStringLiteral("Quit Tidyfold?"));
     EXPECT_EQ(prompter.last().buttons, Prompter::YesNo);
     EXPECT_EQ(prompter.last().title, QStringLiteral("Tidyfold"));
-    EXPECT_FALSE(logic.StopCaching);
-    EXPECT_FALSE(logic.InterruptCaching);
+    EXPECT_FALSE(logic.flags.StopCaching);
+    EXPECT_FALSE(logic.flags.InterruptCaching);
     EXPECT_EQ(log.events().size(), eventsBefore);
 }
 
@@ -155,7 +156,7 @@ TEST_F(MainWindowLogic, QuitAnsweredYesStopsTheLoopsThenUnloadsEveryWindow) {
     ASSERT_TRUE(logic.Form_Load());
     bool flagsSetBeforeUnload = false;
     shell.onUnloadMain = [&] {
-        flagsSetBeforeUnload = logic.StopCaching && logic.InterruptCaching;
+        flagsSetBeforeUnload = logic.flags.StopCaching && logic.flags.InterruptCaching;
         logic.Form_Unload();
     };
     const int eventsBefore = static_cast<int>(log.events().size());
@@ -173,36 +174,42 @@ TEST_F(MainWindowLogic, QuitAnsweredYesStopsTheLoopsThenUnloadsEveryWindow) {
 TEST_F(MainWindowLogic, UnloadRunsOnceAndInItsOwnOrder) {
     logic.Form_Unload();
     logic.Form_Unload();
-    EXPECT_TRUE(logic.StopCaching);
-    EXPECT_TRUE(logic.InterruptCaching);
+    EXPECT_TRUE(logic.flags.StopCaching);
+    EXPECT_TRUE(logic.flags.InterruptCaching);
     EXPECT_EQ(log.events(),
               (QStringList{QStringLiteral("message:unload"), QStringLiteral("about:unload"),
                            QStringLiteral("main:unload")}));
     EXPECT_EQ(logic.errors.stack.count(), 0);
 }
 
-TEST_F(MainWindowLogic, AReloadRequestedDuringLoadingBuildsTheTreeAgain) {
+TEST_F(MainWindowLogic, RefreshWhileLoadingStartsTheLoadOverWithoutAnnouncingTheBrokenPass) {
     auto s = store();
     useStore(s);
-    // The second yield is the one after the window is shown, where loading would run.
-    yield.at(2, [&] {
-        logic.ReloadRequested = true;
+    // Yield 1 is the tree build's, 2 the one before loading, 3 the first folder's status; 4 is
+    // the yield after the first item read.
+    yield.at(4, [&] {
         s->addFolder(s->top(), QStringLiteral("Arrived Meanwhile"));
+        logic.mnuRefresh_Click();
     });
     ASSERT_TRUE(logic.Form_Load());
     EXPECT_EQ(log.events().count(QStringLiteral("message:show")), 2);
     EXPECT_EQ(logic.tree.count(), 12);
-    EXPECT_FALSE(logic.ReloadRequested);
-    EXPECT_TRUE(prompter.shown().empty());
+    EXPECT_FALSE(logic.flags.ReloadRequested);
+    // One announcement, for the pass that finished.
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("All Folders Loaded")});
+    EXPECT_TRUE(logic.flags.AllFoldersCached);
 }
 
-TEST_F(MainWindowLogic, ACompletedLoadSaysSo) {
-    useStore(store());
-    yield.at(2, [&] { logic.LoadingComplete = true; });
+TEST_F(MainWindowLogic, RefreshAfterLoadingRebuildsAtOnce) {
+    auto s = store();
+    useStore(s);
     ASSERT_TRUE(logic.Form_Load());
-    ASSERT_EQ(prompter.shown().size(), 1u);
-    EXPECT_EQ(prompter.last().text, QStringLiteral("All Folders Loaded"));
-    EXPECT_EQ(prompter.last().buttons, Prompter::OkOnly);
+    s->addItems(s->folder(QStringLiteral("Inbox")), 3);
+    prompter.forget();
+    logic.mnuRefresh_Click();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("All Folders Loaded")});
+    EXPECT_EQ(logic.grid.Rows(), 8);
+    EXPECT_FALSE(logic.flags.Loading);
 }
 
 }  // namespace

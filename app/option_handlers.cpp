@@ -1,0 +1,140 @@
+#include "app/option_handlers.h"
+
+#include "cache/item_filters.h"
+
+namespace tf {
+
+OptionHandlers::OptionHandlers(WindowParts parts, GridLogic& grid, ControlEnabling& enabling)
+    : w_(parts), grid_(grid), enabling_(enabling) {
+    Controls& c = w_.controls;
+    c.onClick(QStringLiteral("chkMatchCase"), [this] { chkMatchCase_Click(); });
+    c.onClick(QStringLiteral("chkMatchWord"), [this] { chkMatchWord_Click(); });
+    c.onClick(QStringLiteral("chkSelectUnread"), [this] { chkSelectUnread_Click(); });
+    for (const TypeBox& box : kTypeBoxes) {
+        c.onClick(QLatin1String(box.name), [this] { chkType_Click(); });
+    }
+    c.onClick(QStringLiteral("chkSelectDate"), [this] { chkSelectDate_Click(); });
+    c.onClick(QStringLiteral("chkSelectSubject"), [this] { chkSelectSubject_Click(); });
+    c.onClick(QStringLiteral("chkSelectType"), [this] { chkSelectType_Click(); });
+    c.onClick(QStringLiteral("chkShowAllFolders"), [this] { chkShowAllFolders_Click(); });
+    c.onClick(QStringLiteral("chkShowSelectedItems"), [this] { chkShowSelectedItems_Click(); });
+    c.onClick(QStringLiteral("chkShowUnselectedItems"), [this] { chkShowUnselectedItems_Click(); });
+}
+
+template <typename Work>
+void OptionHandlers::withRedrawOff(const QString& name, Work&& work) {
+    w_.errors.run(name, [&](Procedure&) {
+        w_.grid.setRedraw(false);
+        work();
+        w_.grid.setRedraw(true);
+    });
+    // A failure above is reported; the grid must not stay frozen after it.
+    w_.grid.setRedraw(true);
+}
+
+void OptionHandlers::refilter(const QString& name) {
+    withRedrawOff(name, [&] {
+        grid_.Change_Filtered_Rows();
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+void OptionHandlers::dtpCutoffDate_KeyDown(int keyCode) {
+    if (keyCode == kEnter) {
+        refilter(QStringLiteral("dtpCutoffDate_KeyDown"));
+    }
+}
+
+void OptionHandlers::dtpCutoffDate_Validate() {
+    withRedrawOff(QStringLiteral("dtpCutoffDate_Validate"), [&] { grid_.Change_Filtered_Rows(); });
+}
+
+void OptionHandlers::txtSelectSubject_KeyPress(int keyAscii) {
+    withRedrawOff(QStringLiteral("txtSelectSubject_KeyPress"), [&] {
+        if (keyAscii == kEnter) {
+            grid_.Change_Filtered_Rows();
+            enabling_.Enable_Command_Buttons();
+        }
+    });
+}
+
+void OptionHandlers::txtSelectSubject_Validate() {
+    withRedrawOff(QStringLiteral("txtSelectSubject_Validate"),
+                  [&] { grid_.Change_Filtered_Rows(); });
+}
+
+void OptionHandlers::chkSelectDate_Click() {
+    withRedrawOff(QStringLiteral("chkSelectDate_Click"), [&] {
+        w_.controls.setEnabled(QStringLiteral("dtpCutoffDate"),
+                               w_.controls.value(QStringLiteral("chkSelectDate")) == 1);
+        grid_.Change_Filtered_Rows();
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+void OptionHandlers::chkSelectSubject_Click() {
+    withRedrawOff(QStringLiteral("chkSelectSubject_Click"), [&] {
+        const bool on = w_.controls.value(QStringLiteral("chkSelectSubject")) == 1;
+        w_.controls.setEnabled(QStringLiteral("txtSelectSubject"), on);
+        w_.controls.setEnabled(QStringLiteral("chkMatchCase"), on);
+        w_.controls.setEnabled(QStringLiteral("chkMatchWord"), on);
+        w_.controls.update(QStringLiteral("txtSelectSubject"), [on](ControlState& c) {
+            c.backColor = on ? ControlState::kWindowBackground : ControlState::kFormBackground;
+        });
+        grid_.Change_Filtered_Rows();
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+void OptionHandlers::chkSelectType_Click() {
+    w_.errors.run(QStringLiteral("chkSelectType_Click"), [&](Procedure&) {
+        const bool on = w_.controls.value(QStringLiteral("chkSelectType")) == 1;
+        for (const TypeBox& box : kTypeBoxes) {
+            w_.controls.setEnabled(QLatin1String(box.name), on);
+        }
+        grid_.Change_Filtered_Rows();
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+void OptionHandlers::chkShowAllFolders_Click() {
+    const bool on = w_.controls.value(QStringLiteral("chkShowAllFolders")) == 1;
+    if (on && w_.controls.value(QStringLiteral("chkSelectByRow")) == 1 &&
+        !grid_.Check_Select_By_Row()) {
+        // Setting the box back runs this handler again, for the box now off.
+        w_.controls.setValue(QStringLiteral("chkShowAllFolders"), 0);
+        return;
+    }
+    withRedrawOff(QStringLiteral("chkShowAllFolders_Click"), [&] {
+        // The view gains or loses the folder column, and the rows of every marked folder come
+        // or go.
+        grid_.Set_Grid_Columns();
+        grid_.Remove_All_Rows();
+        grid_.Add_All_Folders_Rows(RowMarker::None);
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+void OptionHandlers::chkShowSelectedItems_Click() {
+    withRedrawOff(QStringLiteral("chkShowSelectedItems_Click"), [&] {
+        if (w_.controls.value(QStringLiteral("chkShowSelectedItems")) == 1) {
+            grid_.Add_All_Folders_Rows(RowMarker::Selected);
+        } else {
+            grid_.Remove_Selected_Or_Unselected_Rows(RowMarker::Selected);
+        }
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+void OptionHandlers::chkShowUnselectedItems_Click() {
+    withRedrawOff(QStringLiteral("chkShowUnselectedItems_Click"), [&] {
+        if (w_.controls.value(QStringLiteral("chkShowUnselectedItems")) == 1) {
+            grid_.Add_All_Folders_Rows(RowMarker::Unselected);
+        } else {
+            grid_.Remove_Selected_Or_Unselected_Rows(RowMarker::Unselected);
+        }
+        enabling_.Enable_Command_Buttons();
+    });
+}
+
+}  // namespace tf

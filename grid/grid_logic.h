@@ -1,0 +1,91 @@
+#pragma once
+
+#include <QString>
+
+#include "app/window_parts.h"
+#include "cache/item_filters.h"
+#include "grid/items_grid.h"
+#include "outlook/deleted_items.h"
+#include "outlook/folder_tree_builder.h"
+
+namespace tf {
+
+// The grid's views: which item fields its columns show.
+enum class GridView { AllFolders, Mail, Journal, Other };
+
+// The items grid's rules: its columns for the current view, the rows of the marked folders'
+// cached items that the filters and the show options let through, the sort order, and the row
+// marks.
+class GridLogic : public GridCellSource {
+  public:
+    GridLogic(WindowParts parts, FolderTreeBuilder& builder, const ItemFilters& filters,
+              const DeletedItemsFolders& deletedItems);
+    ~GridLogic() override;
+    GridLogic(const GridLogic&) = delete;
+    GridLogic& operator=(const GridLogic&) = delete;
+
+    GridView view() const;
+    void Set_Grid_Columns();
+    void Set_Column_Widths();
+    void Reset_Column_Widths();
+
+    // False when the grid could take no more rows.
+    bool Add_New_Row(int folder, int item, RowMarker marker, bool selected);
+    void Add_Folder_Rows(int folder, int node, RowMarker marker);
+    void Add_All_Folders_Rows(RowMarker marker);
+    void Remove_All_Rows();
+    void Remove_Folder_Rows(int folder);
+    // Removes the rows whose items a run has deleted.
+    void Remove_Filtered_Rows();
+    // Removes the rows of folders that are not marked.
+    void Remove_Nonselected_Folder_Rows();
+    // Removes the selected rows (Selected) or the unselected ones (Unselected).
+    void Remove_Selected_Or_Unselected_Rows(RowMarker which);
+    void Change_Filtered_Rows();
+    void Change_Folder_Rows(int node);
+
+    void Set_Grid_Order();
+    int Get_Sort_Column(int field) const;
+    int Get_Sort_Field(int column) const;
+    // A click on a column header: sorts by it, and reverses the order on a second click.
+    void sortByColumn(int column);
+    int sortField() const { return sortField_; }
+    bool sortAscending() const { return ascending_; }
+
+    void Display_Update_Grid_Status(const QString& folderName);
+
+    int Get_Rows_Selected_Count() const;
+    // Sets every mark from the filters; or every mark on (markAll) or off (unmarkAll).
+    void Mark_Or_Unmark_Filtered_Rows(bool markAll, bool unmarkAll);
+    void Mark_And_Unmark_Selected_Range(int first, int last);
+    void Paint_Entire_Grid();
+    void Display_Selected_Items_Total(long total);
+    // Whether select-by-row may be used now; says why not.
+    bool Check_Select_By_Row();
+
+    // The nodes whose rows the grid shows: every marked node with all folders shown, otherwise
+    // the current folder's node.
+    std::vector<int> shownNodes() const;
+
+    static QString typeName(std::int32_t itemClass);
+
+    // GridCellSource
+    QString cell(const GridRow& row, GridField field) const override;
+
+  private:
+    const ItemData* itemOf(const GridRow& row) const;
+    // The grid's width less the columns of fixed width, for the others to share.
+    double sharedWidth() const;
+    bool on(const char* name) const { return w_.controls.value(QLatin1String(name)) == 1; }
+    void paintRow(int r);
+
+    WindowParts w_;
+    FolderTreeBuilder& builder_;
+    const ItemFilters& filters_;
+    const DeletedItemsFolders& deletedItems_;
+    int sortField_ = kFieldDate;
+    bool ascending_ = false;  // newest first
+    bool fullShown_ = false;  // the grid-full message was shown since the grid was emptied
+};
+
+}  // namespace tf
