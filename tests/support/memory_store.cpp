@@ -103,7 +103,9 @@ class MemoryItems : public outlook::Items {
     }
     ItemPtr Item(long index) const override {
         checkIndex(folder_->items, index);
-        return store_->wrap(folder_->items[static_cast<std::size_t>(index - 1)], folder_);
+        const auto& item = folder_->items[static_cast<std::size_t>(index - 1)];
+        ++item->fetched;
+        return store_->wrap(item, folder_);
     }
     void Remove(long index) override {
         checkIndex(folder_->items, index);

@@ -18,6 +18,7 @@ struct MemoryFolderData;
 struct MemoryItemData {
     QString entryID;
     MemoryItemSpec spec;
+    mutable int fetched = 0;  // how often Items.Item handed this item out
 };
 
 struct MemoryFolderData {

@@ -5,6 +5,8 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "app/window_shell.h"
 #include "common/failure.h"
@@ -23,15 +25,33 @@ class ScriptedYield : public Yield {
         if (it != actions_.end()) {
             it->second();
         }
+        for (auto& [condition, action] : whenever_) {
+            if (action && condition()) {
+                // Taken out first, so that an action that yields again does not run twice.
+                std::function<void()> once = std::move(action);
+                action = nullptr;
+                once();
+            }
+        }
+        if (onEvery) {
+            onEvery();
+        }
     }
     void at(int yieldNumber, std::function<void()> action) {
         actions_[yieldNumber] = std::move(action);
     }
+    // Runs action once, at the first yield where condition holds.
+    void when(std::function<bool()> condition, std::function<void()> action) {
+        whenever_.emplace_back(std::move(condition), std::move(action));
+    }
+    // Runs at every yield, after the scripted actions.
+    std::function<void()> onEvery;
     int count() const { return count_; }
 
   private:
     int count_ = 0;
     std::map<int, std::function<void()>> actions_;
+    std::vector<std::pair<std::function<bool()>, std::function<void()>>> whenever_;
 };
 
 // Records what the windows were asked to do, in order.
