@@ -114,6 +114,8 @@ void ItemCacheLoader::Cache_Folder_Items() {
             f.InterruptCaching = false;
             f.AllFoldersCached = All_Folders_Cached();
         }
+        // Rows of folders other than the selected one came in unsorted.
+        grid_.Set_Grid_Order();
         if (f.LoadFailed) {
             w_.prompter.ask(QStringLiteral("Not all items could be loaded."),
                             Prompter::OkOnly | Prompter::Critical);
@@ -166,6 +168,10 @@ bool ItemCacheLoader::Cache_Selected_Folder(int folder, int node) {
 
         const outlook::ItemsPtr items = record.Folder->Items();
         const long count = items->Count();
+        if (record.CachedCount == 0 && record.ItemCache.empty()) {
+            // Reached as a marked folder, without the status check that sizes the cache.
+            record.ItemCache.resize(static_cast<std::size_t>(count));
+        }
         for (long i = record.CachedCount + 1; i <= count; ++i) {
             if (static_cast<std::size_t>(i) > record.ItemCache.size()) {
                 // Arrived since the cache was sized.
@@ -211,9 +217,10 @@ bool ItemCacheLoader::Cache_Selected_Folder(int folder, int node) {
         record.CachedCount = static_cast<std::int32_t>(record.ItemCache.size());
         w_.grid.setRedraw(false);
         Add_100_New_Rows(folder, node);
-        if (record.GridCount > 0) {
-            // Rows arrive in the folder's own order; once the folder is in, the grid's order
-            // is put back. Sorting after every batch would cost more than the loading.
+        if (record.GridCount > 0 && node == w_.tree.selected()) {
+            // Rows arrive in the folder's own order; once the folder the user looks at is in,
+            // the grid's order is put back. Sorting after every batch, or after every folder
+            // of a large store, would cost more than the loading.
             grid_.Set_Grid_Order();
         }
         w_.grid.setRedraw(true);

@@ -4,9 +4,23 @@
 
 namespace tf {
 
-bool ItemFilters::on(const char* name) const {
-    return controls_[QLatin1String(name)].value == 1;
+bool ItemFilters::on(const QString& name) const {
+    return controls_[name].value == 1;
 }
+
+namespace {
+// The type boxes' names as strings, made once: the filters look them up for every item.
+const std::array<QString, kTypeBoxes.size()>& typeBoxNames() {
+    static const std::array<QString, kTypeBoxes.size()> names = [] {
+        std::array<QString, kTypeBoxes.size()> all;
+        for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
+            all[i] = QLatin1String(kTypeBoxes[i].name);
+        }
+        return all;
+    }();
+    return names;
+}
+}  // namespace
 
 bool ItemFilters::Check_Filtered_Record(int node, int folder, int item) const {
     const FolderData& record = records_[folder];
@@ -19,16 +33,16 @@ bool ItemFilters::Check_Filtered_Record(int node, int folder, int item) const {
     const bool date = Check_Date(r.ItemDate);
     const bool subject = Check_Subject(r.Subject);
     const bool type = Check_Type(r.ItemClass);
-    const bool unread = r.Unread == 0 || on("chkSelectUnread");
+    const bool unread = r.Unread == 0 || on(QStringLiteral("chkSelectUnread"));
     return subject && date && marked && type && unread;
 }
 
 bool ItemFilters::Check_Type(std::int32_t itemClass) const {
-    if (!on("chkSelectType")) {
+    if (!on(QStringLiteral("chkSelectType"))) {
         return true;
     }
-    for (const TypeBox& box : kTypeBoxes) {
-        if (box.itemClass == itemClass && on(box.name)) {
+    for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
+        if (kTypeBoxes[i].itemClass == itemClass && on(typeBoxNames()[i])) {
             return true;
         }
     }
@@ -36,23 +50,23 @@ bool ItemFilters::Check_Type(std::int32_t itemClass) const {
 }
 
 bool ItemFilters::Check_Date(OleDate itemDate) const {
-    if (!on("chkSelectDate")) {
+    if (!on(QStringLiteral("chkSelectDate"))) {
         return true;
     }
     return datePart(itemDate) <= controls_[QStringLiteral("dtpCutoffDate")].date;
 }
 
 bool ItemFilters::Check_Subject(const QString& subject) const {
-    if (!on("chkSelectSubject")) {
+    if (!on(QStringLiteral("chkSelectSubject"))) {
         return true;
     }
     QString text = RTrim(controls_[QStringLiteral("txtSelectSubject")].caption);
     QString s = RTrim(subject);
-    if (!on("chkMatchCase")) {
+    if (!on(QStringLiteral("chkMatchCase"))) {
         text = UCase(Trim(text));
         s = UCase(Trim(s));
     }
-    if (!on("chkMatchWord")) {
+    if (!on(QStringLiteral("chkMatchWord"))) {
         return s.left(text.size()) == text;
     }
     return s == text;

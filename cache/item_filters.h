@@ -41,7 +41,7 @@ class ItemFilters {
     bool Check_Subject(const QString& subject) const;
 
   private:
-    bool on(const char* name) const;
+    bool on(const QString& name) const;
 
     const Controls& controls_;
     const FolderTree& tree_;

@@ -94,7 +94,7 @@ GridLogic::~GridLogic() {
 }
 
 GridView GridLogic::view() const {
-    if (on("chkShowAllFolders")) {
+    if (on(QStringLiteral("chkShowAllFolders"))) {
         return GridView::AllFolders;
     }
     switch (w_.flags.CurrentGridItemType) {
@@ -176,7 +176,7 @@ bool GridLogic::Add_New_Row(int folder, int item, RowMarker marker, bool selecte
         GridRow row;
         row.folder = folder;
         row.item = item;
-        if (on("chkShowAllFolders")) {
+        if (on(QStringLiteral("chkShowAllFolders"))) {
             row.marker = marker;
         }
         const ItemData* data = itemOf(row);
@@ -219,7 +219,8 @@ void GridLogic::Add_Folder_Rows(int folder, int node, RowMarker marker) {
             } else if (marker == RowMarker::Unselected) {
                 show = !selected;
             } else {
-                show = selected ? on("chkShowSelectedItems") : on("chkShowUnselectedItems");
+                show = selected ? on(QStringLiteral("chkShowSelectedItems"))
+                                : on(QStringLiteral("chkShowUnselectedItems"));
             }
             if (show && !Add_New_Row(folder, i, marker, selected)) {
                 if (fresh) {
@@ -236,7 +237,7 @@ void GridLogic::Add_Folder_Rows(int folder, int node, RowMarker marker) {
 
 std::vector<int> GridLogic::shownNodes() const {
     std::vector<int> nodes;
-    if (on("chkShowAllFolders")) {
+    if (on(QStringLiteral("chkShowAllFolders"))) {
         for (int node = 1; node <= w_.tree.count(); ++node) {
             if (w_.tree.node(node).Checked) {
                 nodes.push_back(node);
@@ -303,7 +304,8 @@ void GridLogic::Remove_Selected_Or_Unselected_Rows(RowMarker which) {
 
 void GridLogic::Change_Filtered_Rows() {
     w_.errors.run(QStringLiteral("Change_Filtered_Rows"), [&](Procedure&) {
-        if (on("chkShowSelectedItems") && on("chkShowUnselectedItems")) {
+        if (on(QStringLiteral("chkShowSelectedItems")) &&
+            on(QStringLiteral("chkShowUnselectedItems"))) {
             Mark_Or_Unmark_Filtered_Rows(false, false);
             return;
         }
@@ -421,7 +423,7 @@ void GridLogic::Mark_And_Unmark_Selected_Range(int first, int last) {
             if (mark != '0') {
                 continue;
             }
-            if (!on("chkPermanentDelete") && w_.grid.Cols() > kFirstFieldColumn &&
+            if (!on(QStringLiteral("chkPermanentDelete")) && w_.grid.Cols() > kFirstFieldColumn &&
                 w_.grid.TextMatrix(r, kFirstFieldColumn) == DeletedItemsFolders::kName) {
                 if (!told) {
                     told = true;
@@ -455,7 +457,7 @@ void GridLogic::Display_Selected_Items_Total(long total) {
 }
 
 bool GridLogic::Check_Select_By_Row() {
-    if (on("chkShowAllFolders")) {
+    if (on(QStringLiteral("chkShowAllFolders"))) {
         for (int node = 1; node <= w_.tree.count(); ++node) {
             if (w_.tree.node(node).Checked && !w_.records[builder_.Get_Node_Index(node)].Loaded) {
                 w_.prompter.tell(QStringLiteral("Cannot select or use ") +

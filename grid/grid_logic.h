@@ -76,7 +76,7 @@ class GridLogic : public GridCellSource {
     const ItemData* itemOf(const GridRow& row) const;
     // The grid's width less the columns of fixed width, for the others to share.
     double sharedWidth() const;
-    bool on(const char* name) const { return w_.controls.value(QLatin1String(name)) == 1; }
+    bool on(const QString& name) const { return w_.controls.value(name) == 1; }
     void paintRow(int r);
 
     WindowParts w_;

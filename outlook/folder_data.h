@@ -38,14 +38,15 @@ class FolderRecords {
     FolderData& operator[](int index) { return records_.at(checked(index)); }
     const FolderData& operator[](int index) const { return records_.at(checked(index)); }
 
-    // Clears the counters and flags of one record; the folder stays, and so does the index of its
-    // store's "Deleted Items", which a reload of the folder's items does not change.
+    // Clears the counters and flags of one record, and the items it had cached; the folder stays,
+    // and so does the index of its store's "Deleted Items", which a reload does not change.
     void reset(int index) {
         FolderData& record = (*this)[index];
         record.CachedCount = 0;
         record.GridCount = 0;
         record.Loaded = false;
         record.Reload = false;
+        record.ItemCache = {};
         ++record.Resets;
     }
 

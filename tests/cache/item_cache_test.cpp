@@ -209,6 +209,25 @@ TEST_F(ItemCache, RefreshCurrentDuringTheFoldersOwnLoadReadsItAgainFromTheStart)
     EXPECT_EQ(s->folder(QStringLiteral("Inbox"))->items[299]->fetched, 1);
 }
 
+TEST_F(ItemCache, AMarkedFolderReloadedAfterItShrankKeepsNoStaleItems) {
+    auto s = storeWithInbox(3);
+    const auto archive = s->addFolder(s->top(), QStringLiteral("Archive"));
+    s->addItems(archive, 10);
+    open({s});
+    ASSERT_TRUE(logic.Form_Load());
+    mark(QStringLiteral("Archive"));
+    archive->items.resize(6);
+    // Reset while the Inbox stays selected: the marked folder is then loaded as a marked
+    // folder, not through the selected folder's status check.
+    record(QStringLiteral("Archive")).Reload = true;
+    logic.reload.Reload_Marked_Folders();
+    logic.cache.Cache_Folder_Items();
+    const FolderData& reloaded = record(QStringLiteral("Archive"));
+    EXPECT_EQ(reloaded.CachedCount, 6);
+    EXPECT_EQ(reloaded.ItemCache.size(), 6u);
+    EXPECT_TRUE(reloaded.Loaded);
+}
+
 TEST_F(ItemCache, RefreshCurrentOnTheVirtualRootOnlyRestartsLoading) {
     open({storeWithInbox(3, QStringLiteral("One"), QStringLiteral("S1")),
           storeWithInbox(4, QStringLiteral("Two"), QStringLiteral("S2"))});
