@@ -1,0 +1,124 @@
+#include "app/option_handlers.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/window_fixture.h"
+
+namespace tf::testing {
+namespace {
+
+// Counts the grid's rebuilds, which is how a handler's refiltering shows.
+class RebuildCounter : public ItemsGridObserver {
+  public:
+    void aboutToReset() override { ++resets; }
+    void reset() override {}
+    void rowsChanged(int, int) override { ++changes; }
+    int resets = 0;
+    int changes = 0;
+};
+
+class OptionHandlerTest : public WindowFixture {
+  protected:
+    void SetUp() override {
+        auto s = storeWithInbox(0);
+        for (const char* subject : {"Invoice 7", "Lunch", "invoice 8"}) {
+            outlook::ItemFields fields;
+            fields.subject = QLatin1String(subject);
+            fields.received = dateSerial(2020, 5, 1);
+            s->addItem(s->folder(QStringLiteral("Inbox")), fields);
+        }
+        open({s});
+        ASSERT_TRUE(logic.Form_Load());
+        mark(QStringLiteral("Inbox"));
+        logic.grid.setObserver(&counter);
+    }
+    void TearDown() override { logic.grid.setObserver(nullptr); }
+    bool enabled(const char* name) const { return logic.controls[QLatin1String(name)].enabled; }
+    void set(const char* name, int value) { logic.controls.setValue(QLatin1String(name), value); }
+    int selected() const { return logic.gridLogic.Get_Rows_Selected_Count(); }
+
+    RebuildCounter counter;
+};
+
+TEST_F(OptionHandlerTest, EachFilterSwitchEnablesExactlyItsOwnControls) {
+    EXPECT_FALSE(enabled("dtpCutoffDate"));
+    set("chkSelectDate", 1);
+    EXPECT_TRUE(enabled("dtpCutoffDate"));
+    set("chkSelectDate", 0);
+    EXPECT_FALSE(enabled("dtpCutoffDate"));
+
+    EXPECT_EQ(logic.controls[QStringLiteral("txtSelectSubject")].backColor,
+              ControlState::kFormBackground);
+    set("chkSelectSubject", 1);
+    for (const char* name : {"txtSelectSubject", "chkMatchCase", "chkMatchWord"}) {
+        EXPECT_TRUE(enabled(name)) << name;
+    }
+    EXPECT_EQ(logic.controls[QStringLiteral("txtSelectSubject")].backColor, 0x80000005u);
+    set("chkSelectSubject", 0);
+    EXPECT_FALSE(enabled("chkMatchWord"));
+    EXPECT_EQ(logic.controls[QStringLiteral("txtSelectSubject")].backColor,
+              ControlState::kFormBackground);
+
+    set("chkSelectType", 1);
+    for (const TypeBox& box : kTypeBoxes) {
+        EXPECT_TRUE(enabled(box.name)) << box.name;
+    }
+    set("chkSelectType", 0);
+    EXPECT_FALSE(enabled("chkType44"));
+}
+
+TEST_F(OptionHandlerTest, TheSubjectTakesEffectOnEnterOrWhenTheBoxIsLeft) {
+    set("chkSelectSubject", 1);
+    EXPECT_EQ(selected(), 3);
+    logic.controls.setCaption(QStringLiteral("txtSelectSubject"), QStringLiteral("inv"));
+    const int before = counter.changes;
+    logic.options.txtSelectSubject_KeyPress('i');
+    EXPECT_EQ(selected(), 3);
+    EXPECT_EQ(counter.changes, before);
+    logic.options.txtSelectSubject_KeyPress(OptionHandlers::kEnter);
+    EXPECT_EQ(selected(), 2);
+    logic.controls.setCaption(QStringLiteral("txtSelectSubject"), QStringLiteral("lunch"));
+    logic.options.txtSelectSubject_Validate();
+    EXPECT_EQ(selected(), 1);
+}
+
+TEST_F(OptionHandlerTest, TheDateTakesEffectOnCloseUpEnterOrValidation) {
+    set("chkSelectDate", 1);
+    EXPECT_EQ(selected(), 3);
+    logic.controls.update(QStringLiteral("dtpCutoffDate"),
+                          [](ControlState& c) { c.date = dateSerial(2020, 4, 30); });
+    logic.options.dtpCutoffDate_KeyDown(40);  // an arrow key changes the date only
+    EXPECT_EQ(selected(), 3);
+    logic.options.dtpCutoffDate_KeyDown(OptionHandlers::kEnter);
+    EXPECT_EQ(selected(), 0);
+    logic.controls.update(QStringLiteral("dtpCutoffDate"),
+                          [](ControlState& c) { c.date = dateSerial(2020, 5, 1); });
+    logic.options.dtpCutoffDate_CloseUp();
+    EXPECT_EQ(selected(), 3);
+    logic.controls.update(QStringLiteral("dtpCutoffDate"),
+                          [](ControlState& c) { c.date = dateSerial(2001, 1, 1); });
+    logic.options.dtpCutoffDate_Validate();
+    EXPECT_EQ(selected(), 0);
+}
+
+TEST_F(OptionHandlerTest, MatchCaseAndTypesRefilterAndTheCleanButtonFollowsTheMarks) {
+    set("chkSelectSubject", 1);
+    logic.controls.setCaption(QStringLiteral("txtSelectSubject"), QStringLiteral("Invoice"));
+    logic.options.txtSelectSubject_Validate();
+    EXPECT_EQ(selected(), 2);
+    set("chkMatchCase", 1);
+    EXPECT_EQ(selected(), 1);
+    set("chkSelectType", 1);
+    set("chkType43", 0);
+    EXPECT_EQ(selected(), 0);
+    // One marked folder: Clean and Unmark are there to use.
+    EXPECT_TRUE(enabled("cmdRun"));
+    EXPECT_TRUE(enabled("mnuUnmark"));
+    logic.tree.setChecked(node(QStringLiteral("Inbox")), false);
+    set("chkType43", 1);
+    EXPECT_FALSE(enabled("cmdRun"));
+    EXPECT_FALSE(enabled("mnuUnmark"));
+}
+
+}  // namespace
+}  // namespace tf::testing
