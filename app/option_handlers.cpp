@@ -116,22 +116,20 @@ void OptionHandlers::chkShowAllFolders_Click() {
 }
 
 void OptionHandlers::chkShowSelectedItems_Click() {
-    withRedrawOff(QStringLiteral("chkShowSelectedItems_Click"), [&] {
-        if (w_.controls.value(QStringLiteral("chkShowSelectedItems")) == 1) {
-            grid_.Add_All_Folders_Rows(RowMarker::Selected);
-        } else {
-            grid_.Remove_Selected_Or_Unselected_Rows(RowMarker::Selected);
-        }
-        enabling_.Enable_Command_Buttons();
-    });
+    showOrHide(QStringLiteral("chkShowSelectedItems"), RowMarker::Selected);
 }
 
 void OptionHandlers::chkShowUnselectedItems_Click() {
-    withRedrawOff(QStringLiteral("chkShowUnselectedItems_Click"), [&] {
-        if (w_.controls.value(QStringLiteral("chkShowUnselectedItems")) == 1) {
-            grid_.Add_All_Folders_Rows(RowMarker::Unselected);
+    showOrHide(QStringLiteral("chkShowUnselectedItems"), RowMarker::Unselected);
+}
+
+void OptionHandlers::showOrHide(const QString& option, RowMarker rows) {
+    withRedrawOff(option + QStringLiteral("_Click"), [&] {
+        // Switched on, the kind of rows the option had left out is added; switched off, it goes.
+        if (w_.controls.value(option) == 1) {
+            grid_.Add_All_Folders_Rows(rows);
         } else {
-            grid_.Remove_Selected_Or_Unselected_Rows(RowMarker::Unselected);
+            grid_.Remove_Selected_Or_Unselected_Rows(rows);
         }
         enabling_.Enable_Command_Buttons();
     });

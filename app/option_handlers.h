@@ -38,6 +38,8 @@ class OptionHandlers {
   private:
     // The common work: the grid follows the filters, then the buttons follow the grid.
     void refilter(const QString& name);
+    // A show option: adds or removes the rows it stands for.
+    void showOrHide(const QString& option, RowMarker rows);
     // Runs work as the procedure name with the grid's redraw off around it.
     template <typename Work>
     void withRedrawOff(const QString& name, Work&& work);

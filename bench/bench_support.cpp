@@ -75,17 +75,28 @@ double seconds(const std::function<void()>& work) {
     return static_cast<double>(timer.nsecsElapsed()) / 1e9;
 }
 
-double peakRssMb() {
+namespace {
+// One "Key:   1234 kB" line of /proc/self/status, in MiB.
+double statusMb(const QByteArray& key) {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly)) {
         return -1;
     }
     for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:")) {
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+        if (line.startsWith(key)) {
+            return line.mid(key.size()).trimmed().split(' ').first().toDouble() / 1024.0;
         }
     }
     return -1;
+}
+}  // namespace
+
+double peakRssMb() {
+    return statusMb("VmHWM:");
+}
+
+double residentMb() {
+    return statusMb("VmRSS:");
 }
 
 }  // namespace tf::bench

@@ -47,5 +47,7 @@ double seconds(const std::function<void()>& work);
 
 // The process's peak resident set so far, in MiB; -1 where the system does not say.
 double peakRssMb();
+// The process's resident set now, in MiB; -1 where the system does not say.
+double residentMb();
 
 }  // namespace tf::bench

@@ -71,19 +71,6 @@ class StoresFrom : public ApplicationSource {
     QString path_;
 };
 
-double residentMb() {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) {
-        return -1;
-    }
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:")) {
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-        }
-    }
-    return -1;
-}
-
 // Reads what the cache keeps of every item, in the folders' order, with SQLite alone.
 long long rawScan(const QString& path) {
     sqlite3* db = nullptr;

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <functional>
 
+#include "bench/bench_support.h"
 #include "common/failure.h"
 #include "outlook/constants.h"
 #include "outlook/mapi_utils.h"
@@ -19,19 +20,6 @@
 namespace {
 
 using namespace tf;
-
-long peakRssMb() {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) {
-        return -1;
-    }
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:")) {
-            return line.mid(6).trimmed().split(' ').first().toLong() / 1024;
-        }
-    }
-    return -1;
-}
 
 // What the window's item cache reads of each item.
 struct Sink {
@@ -116,7 +104,7 @@ int main(int argc, char* argv[]) {
         std::printf("items: %lld\n", static_cast<long long>(sink.items));
         std::printf("read_s: %.3f\n", read);
         std::printf("items_per_s: %.0f\n", sink.items / read);
-        std::printf("peak_rss_mb: %ld\n", peakRssMb());
+        std::printf("peak_rss_mb: %.0f\n", bench::peakRssMb());
 
         auto inbox = stores.at(0)->GetDefaultFolder(outlook::olFolderInbox)->Items();
         const long moves = std::min<long>(deletes, inbox->Count() / 2);
@@ -134,7 +122,7 @@ int main(int argc, char* argv[]) {
                         }
                     }),
                     removes);
-        std::printf("peak_rss_mb: %ld\n", peakRssMb());
+        std::printf("peak_rss_mb: %.0f\n", bench::peakRssMb());
         const QStringList problems = store::local::checkStoreFile(path);
         std::printf("check_problems: %lld\n", static_cast<long long>(problems.size()));
     } catch (const Failure& failure) {

@@ -6,25 +6,15 @@
 #include "tests/support/memory_store.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/window_fakes.h"
+#include "tests/support/window_fixture.h"
 
 namespace tf::testing {
 namespace {
 
-class MainWindowLogic : public ::testing::Test {
+class MainWindowLogic : public WindowFixture {
   protected:
-    MainWindowLogic()
-        : messageWindow(log), shell(log), logic(prompter, yield, messageWindow, shell, source) {}
-
-    void useStore(std::shared_ptr<MemoryStore> store) {
-        source.created =
-            std::make_shared<outlook::SessionApplication>(std::vector<outlook::StorePtr>{store});
-    }
-    static std::shared_ptr<MemoryStore> store() {
-        auto s = MemoryStore::withDefaultFolders(QStringLiteral("Personal Folders"),
-                                                 QStringLiteral("S"));
-        s->addItems(s->folder(QStringLiteral("Inbox")), 4);
-        return s;
-    }
+    void useStore(const std::shared_ptr<MemoryStore>& store) { open({store}); }
+    static std::shared_ptr<MemoryStore> store() { return storeWithInbox(4); }
     void place(const QString& name, double left, double top, double width, double height) {
         logic.controls.update(name, [&](ControlState& c) {
             c.left = left;
@@ -34,14 +24,6 @@ class MainWindowLogic : public ::testing::Test {
         });
     }
     const ControlState& control(const QString& name) { return logic.controls[name]; }
-
-    ScriptedPrompter prompter;
-    ScriptedYield yield;
-    WindowLog log;
-    RecordingMessageWindow messageWindow;
-    RecordingShell shell;
-    FakeApplicationSource source;
-    RemoveItemsLogic logic;
 };
 
 TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {

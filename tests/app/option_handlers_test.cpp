@@ -7,16 +7,6 @@
 namespace tf::testing {
 namespace {
 
-// Counts the grid's rebuilds, which is how a handler's refiltering shows.
-class RebuildCounter : public ItemsGridObserver {
-  public:
-    void aboutToReset() override { ++resets; }
-    void reset() override {}
-    void rowsChanged(int, int) override { ++changes; }
-    int resets = 0;
-    int changes = 0;
-};
-
 class OptionHandlerTest : public WindowFixture {
   protected:
     void SetUp() override {
@@ -37,7 +27,8 @@ class OptionHandlerTest : public WindowFixture {
     void set(const char* name, int value) { logic.controls.setValue(QLatin1String(name), value); }
     int selected() const { return logic.gridLogic.Get_Rows_Selected_Count(); }
 
-    RebuildCounter counter;
+    // The grid's rebuilds and row changes show a handler's refiltering.
+    CountingGridObserver counter;
 };
 
 TEST_F(OptionHandlerTest, EachFilterSwitchEnablesExactlyItsOwnControls) {

@@ -4,6 +4,7 @@
 
 #include "common/failure.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/window_fakes.h"
 
 namespace tf::testing {
 namespace {
@@ -27,15 +28,6 @@ class NumberSource : public GridCellSource {
                                       : QString();
     }
     std::vector<QString> texts;
-};
-
-class CountingObserver : public ItemsGridObserver {
-  public:
-    void aboutToReset() override { ++resets; }
-    void reset() override {}
-    void rowsChanged(int, int) override { ++changes; }
-    int resets = 0;
-    int changes = 0;
 };
 
 class GridTable : public ::testing::Test {
@@ -95,7 +87,7 @@ TEST_F(GridTable, TheHeaderRowTheKeyAndTheMarkColumnsAreTheGridsOwn) {
 }
 
 TEST_F(GridTable, TellsTheViewAtOnceOrOnceWhenRedrawComesBack) {
-    CountingObserver observer;
+    CountingGridObserver observer;
     grid.setObserver(&observer);
     addRows({QStringLiteral("a"), QStringLiteral("b")});
     const int resetsWhileDrawing = observer.resets;

@@ -12,6 +12,7 @@
 #include "common/failure.h"
 #include "common/message_window.h"
 #include "common/yield.h"
+#include "grid/items_grid.h"
 #include "outlook/application_source.h"
 
 namespace tf::testing {
@@ -52,6 +53,16 @@ class ScriptedYield : public Yield {
     int count_ = 0;
     std::map<int, std::function<void()>> actions_;
     std::vector<std::pair<std::function<bool()>, std::function<void()>>> whenever_;
+};
+
+// Counts what the items grid tells its view.
+class CountingGridObserver : public ItemsGridObserver {
+  public:
+    void aboutToReset() override { ++resets; }
+    void reset() override {}
+    void rowsChanged(int, int) override { ++changes; }
+    int resets = 0;
+    int changes = 0;
 };
 
 // Records what the windows were asked to do, in order.
