@@ -127,6 +127,9 @@ void GridLogic::Set_Grid_Columns() {
 
 void GridLogic::Set_Column_Widths() {
     w_.errors.run(QStringLiteral("Set_Column_Widths"), [&](Procedure&) {
+        if (w_.grid.Cols() <= kFirstFieldColumn) {
+            return;  // no view chosen yet: nothing to share out
+        }
         const double available = sharedWidth();
         double total = 0;
         for (int col = kFirstFieldColumn; col < w_.grid.Cols(); ++col) {
