@@ -55,6 +55,8 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
       controls(mainWindowControlNames()),
       treeBuilder(FolderTreeWindow{errors, prompter, yield, messageWindow, tree, records, grid,
                                    controls, colours}),
+      splitters(errors, controls),
+      help(errors, prompter, controls, mainWindowControlNames()),
       prompter_(prompter),
       yield_(yield),
       messageWindow_(messageWindow),
@@ -67,8 +69,8 @@ bool RemoveItemsLogic::Form_Load() {
     errors.run(QStringLiteral("Form_Load"), [&](Procedure& p) {
         p.step(QStringLiteral("Set HTML URLs"));
         companyName = QStringLiteral("Tidyfold");
-        homePage = QStringLiteral("https://tidyfold.org/");
-        productPage = QStringLiteral("https://tidyfold.org/tidyfoldhelp/index.html");
+        homePage = helpSiteAddress();
+        productPage = onlineHelpAddress(homePage);
         p.endSteps();
 
         if (!Start_Outlook(errors, prompter_, messageWindow_, source_, Debug, session)) {
@@ -86,6 +88,14 @@ bool RemoveItemsLogic::Form_Load() {
         Processing = false;
         Debug = false;
         controls.setVisible(QStringLiteral("cmddebug"), false);
+        p.endSteps();
+
+        p.step(QStringLiteral("Initialize Help"));
+        help.initialize();
+        p.endSteps();
+
+        p.step(QStringLiteral("Set Initialize Slide Bars"));
+        splitters.setUp();
         p.endSteps();
 
         alignControls(p);
@@ -168,6 +178,7 @@ void RemoveItemsLogic::Load_Interface() {
             yield_.yield();
 
             if (LoadingComplete) {
+                splitters.reapplyInterruptedDrag();
                 prompter_.ask(QStringLiteral("All Folders Loaded"), Prompter::OkOnly);
                 break;
             }

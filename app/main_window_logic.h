@@ -9,6 +9,8 @@
 #include "common/yield.h"
 #include "errors/error_trap.h"
 #include "grid/items_grid.h"
+#include "help/main_window_help.h"
+#include "layout/splitter_layout.h"
 #include "outlook/folder_data.h"
 #include "outlook/folder_tree.h"
 #include "outlook/folder_tree_builder.h"
@@ -41,6 +43,8 @@ class RemoveItemsLogic {
     WindowColours colours;
     FolderTreeBuilder treeBuilder;
     OutlookSession session;
+    SplitterLayout splitters;
+    MainWindowHelp help;
 
     // Window-level flags.
     bool Processing = false;  // a cleaning run is under way
