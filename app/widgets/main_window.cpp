@@ -393,7 +393,8 @@ void frmRemoveItems::closeEvent(QCloseEvent* event) {
 void frmRemoveItems::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
     pendingWidthPx_ = -1;
-    if (centralWidget() != nullptr) {
+    // While a bar's handler runs, the handler itself lays out what the new width changes.
+    if (centralWidget() != nullptr && !splitterHandlerRunning_) {
         placeControls();
     }
 }
@@ -433,7 +434,9 @@ bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {
             return true;
         }
         case QEvent::MouseButtonRelease:
+            splitterHandlerRunning_ = true;
             first ? bars.picSlider_MouseUp() : bars.picSlider2_MouseUp();
+            splitterHandlerRunning_ = false;
             keepPaneWidths();
             return true;
         default:

@@ -101,6 +101,7 @@ class frmRemoveItems : public QMainWindow,
     QPointer<frmHelpBrowser> helpBrowser_;
     QPointer<frmAbout> about_;
     int pendingWidthPx_ = -1;
+    bool splitterHandlerRunning_ = false;
 
     int treeWidthPx_ = 270;
     int optionsWidthPx_ = 270;

@@ -12,6 +12,11 @@
 
 #include "help/about_texts.h"
 
+// The icon lives in a static library's resources, which the linker keeps only when asked.
+static void loadIconResource() {
+    Q_INIT_RESOURCE(help_widgets);
+}
+
 namespace tf {
 
 frmAbout::frmAbout(const ApplicationInfo& application, QString homePage,
@@ -22,6 +27,7 @@ frmAbout::frmAbout(const ApplicationInfo& application, QString homePage,
     const AboutTexts texts = aboutTexts(application);
     setWindowTitle(texts.caption);
 
+    loadIconResource();
     auto* icon = new QLabel(this);
     icon->setPixmap(QIcon(QStringLiteral(":/tidyfold/tidyfold.svg")).pixmap(64, 64));
     icon->setAlignment(Qt::AlignTop);
