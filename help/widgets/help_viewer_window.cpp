@@ -17,8 +17,10 @@ HelpPage::HelpPage(QWidget* parent) : QTextBrowser(parent) {
 }
 
 QVariant HelpPage::loadResource(int type, const QUrl& name) {
-    if (engine_ != nullptr && name.scheme() == QLatin1String("qthelp")) {
-        return engine_->fileData(name);
+    // Style sheets and pictures come relative to the page that names them.
+    const QUrl url = name.isRelative() ? source().resolved(name) : name;
+    if (engine_ != nullptr && url.scheme() == QLatin1String("qthelp")) {
+        return engine_->fileData(url);
     }
     return QTextBrowser::loadResource(type, name);
 }
@@ -77,14 +79,25 @@ bool frmHelpViewer::open(const QString& helpFile) {
     splitter_->insertWidget(0, contentWidget);
     splitter_->setSizes({260, 720});
     connect(contentWidget, &QHelpContentWidget::linkActivated, this, &frmHelpViewer::showPage);
-    connect(engine_->contentModel(), &QHelpContentModel::contentsCreated, contentWidget,
-            &QTreeView::expandAll);
+    connect(engine_->contentModel(), &QHelpContentModel::contentsCreated, this, [this] {
+        engine_->contentWidget()->expandAll();
+        markCurrentPage();
+    });
     engine_->contentModel()->createContents(QString());
     return true;
 }
 
+void frmHelpViewer::markCurrentPage() {
+    QHelpContentWidget* contentWidget = engine_->contentWidget();
+    const QModelIndex index = contentWidget->indexOf(page_->source());
+    if (index.isValid()) {
+        contentWidget->setCurrentIndex(index);
+    }
+}
+
 void frmHelpViewer::showPage(const QUrl& url) {
     page_->setSource(url);
+    markCurrentPage();
     show();
     raise();
     activateWindow();

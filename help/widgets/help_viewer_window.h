@@ -43,6 +43,8 @@ class frmHelpViewer : public QWidget, public HelpViewer {
   private:
     bool open(const QString& helpFile);
     void showPage(const QUrl& url);
+    // Selects the page shown in the contents.
+    void markCurrentPage();
 
     QSplitter* splitter_;
     HelpPage* page_;

@@ -184,6 +184,10 @@ TEST_F(LayoutAndHelp, WhatsThisThenAClickOpensThatControlsTopic) {
     // The click only asked for help: the option itself is unchanged.
     EXPECT_FALSE(qobject_cast<QAbstractButton*>(control("chkTurbo"))->isChecked());
     EXPECT_EQ(window->logic().controls[QStringLiteral("chkTurbo")].whatsThisHelpID, 0);
+    // The contents show which page this is.
+    auto* contents = qobject_cast<QHelpContentWidget*>(viewer->contents());
+    QTRY_VERIFY_WITH_TIMEOUT(contents->currentIndex().data().toString() == QLatin1String("Turbo"),
+                             5000);
     screenshot(viewer, QStringLiteral("5-whats-this-turbo"));
 
     // The tree's viewport takes the click; the tree's own topic opens.
