@@ -280,11 +280,3 @@ TEST_F(LayoutAndHelp, AboutShowsTheVersionAndOpensTheHomePage) {
 }  // namespace
 }  // namespace tf::testing
 
-int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

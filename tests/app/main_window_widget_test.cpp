@@ -114,12 +114,3 @@ TEST_F(MainWindowWidgets, QuitAsksAndClosesEverything) {
 }  // namespace
 }  // namespace tf::testing
 
-int main(int argc, char** argv) {
-    // Also when ctest lists the tests: there is no display then.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}
