@@ -2,21 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "layout/splitter_layout.h"
-#include "tests/support/scripted_prompter.h"
+#include "tests/support/place_control.h"
 
 namespace tf::testing {
 namespace {
-
-void place(Controls& controls, const QString& name, double left, double top, double width,
-           double height) {
-    controls.update(name, [&](ControlState& c) {
-        c.left = left;
-        c.top = top;
-        c.width = width;
-        c.height = height;
-    });
-}
 
 // A tree 3000 twips wide at 90, a 75-twip bar, a grid reaching to 9000.
 class SliderBarTest : public ::testing::Test {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "app/main_window_logic.h"
+#include "tests/support/place_control.h"
 #include "tests/support/scripted_prompter.h"
 
 namespace tf::testing {
@@ -38,12 +39,7 @@ class SplitterLayoutTest : public ::testing::Test {
         layout.setUp();
     }
     void place(const QString& name, double left, double top, double width, double height) {
-        controls.update(name, [&](ControlState& c) {
-            c.left = left;
-            c.top = top;
-            c.width = width;
-            c.height = height;
-        });
+        testing::place(controls, name, left, top, width, height);
     }
     const ControlState& operator()(const char* name) const {
         return controls[QString::fromLatin1(name)];
