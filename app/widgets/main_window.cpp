@@ -56,7 +56,9 @@ const QStringList kPlacedControls = {
 QFrame* makeSlider(QWidget* parent, const QString& name) {
     auto* slider = new QFrame(parent);
     slider->setObjectName(name);
-    slider->setFrameShape(QFrame::NoFrame);
+    // A thin sunken line down the middle shows where to take hold.
+    slider->setFrameShape(QFrame::VLine);
+    slider->setFrameShadow(QFrame::Sunken);
     slider->setCursor(Qt::SplitHCursor);
     return slider;
 }
@@ -286,6 +288,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
 }
 
 bool frmRemoveItems::load() {
+    logic_->help.form.windowHandle = static_cast<std::uintptr_t>(winId());
     return logic_->Form_Load();
 }
 
@@ -332,6 +335,9 @@ void frmRemoveItems::controlChanged(const QString& name) {
     widget->setToolTip(c.toolTip);
     if (name != QLatin1String("sbStatusBar")) {
         widget->setVisible(c.visible);
+    }
+    if (c.mousePointer == kSizeWestEast) {
+        widget->setCursor(Qt::SizeHorCursor);
     }
     if (kPlacedControls.contains(name)) {
         widget->setGeometry(toPixels(c.left), toPixels(c.top), toPixels(c.width),
