@@ -84,8 +84,11 @@ int designedTopicOf(const QString& controlName) {
     if (it != topics.end()) {
         return it->second;
     }
-    // The type boxes chkType0 to chkType5 share their option's page.
-    return controlName.startsWith(QLatin1String("chkType")) ? 1306 : 0;
+    // The type boxes chkType0 to chkType5 share their option's page; menu commands have one page.
+    if (controlName.startsWith(QLatin1String("chkType"))) {
+        return 1306;
+    }
+    return controlName.startsWith(QLatin1String("mnu")) ? 1520 : 0;
 }
 
 }  // namespace tf
