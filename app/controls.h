@@ -21,6 +21,9 @@ struct ControlState {
     OleDate date = 0;  // the date picker
     double left = 0, top = 0, width = 0, height = 0;
     double x1 = 0, x2 = 0;  // lines
+    int mousePointer = 0;   // 9: the west-east sizing arrow
+    int whatsThisHelpID = 0;
+    QString tag;
     std::uint32_t backColor = kWindowBackground;
 
     // The system colour of a window's background (COLOR_WINDOW).

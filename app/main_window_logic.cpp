@@ -64,12 +64,16 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
       reload(parts(prompter, yield), treeBuilder, gridLogic),
       enabling(controls, tree, gridLogic),
       options(parts(prompter, yield), gridLogic, enabling),
+      splitters(errors, controls),
+      help(errors, prompter, controls, mainWindowControlNames()),
       prompter_(prompter),
       yield_(yield),
       messageWindow_(messageWindow),
       shell_(shell),
       source_(source) {
     setDesignTimeValues();
+    // A dragged bar changes the grid's width; its columns share out the new one.
+    splitters.resetColumnWidths = [this] { gridLogic.Reset_Column_Widths(); };
 }
 
 WindowParts RemoveItemsLogic::parts(Prompter& prompter, Yield& yield) {
@@ -107,8 +111,8 @@ bool RemoveItemsLogic::Form_Load() {
     errors.run(QStringLiteral("Form_Load"), [&](Procedure& p) {
         p.step(QStringLiteral("Set HTML URLs"));
         companyName = QStringLiteral("Tidyfold");
-        homePage = QStringLiteral("https://tidyfold.org/");
-        productPage = QStringLiteral("https://tidyfold.org/tidyfoldhelp/index.html");
+        homePage = helpSiteAddress();
+        productPage = onlineHelpAddress(homePage);
         p.endSteps();
 
         if (!Start_Outlook(errors, prompter_, messageWindow_, source_, Debug, session)) {
@@ -126,6 +130,14 @@ bool RemoveItemsLogic::Form_Load() {
         flags.Processing = false;
         Debug = false;
         controls.setVisible(QStringLiteral("cmddebug"), false);
+        p.endSteps();
+
+        p.step(QStringLiteral("Initialize Help"));
+        help.initialize();
+        p.endSteps();
+
+        p.step(QStringLiteral("Set Initialize Slide Bars"));
+        splitters.setUp();
         p.endSteps();
 
         alignControls(p);
@@ -213,6 +225,7 @@ void RemoveItemsLogic::Load_Interface() {
 
             cache.Cache_Folder_Items();
             if (flags.AllFoldersCached) {
+                splitters.reapplyInterruptedDrag();
                 prompter_.ask(QStringLiteral("All Folders Loaded"), Prompter::OkOnly);
                 break;
             }

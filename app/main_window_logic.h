@@ -18,6 +18,8 @@
 #include "grid/grid_logic.h"
 #include "grid/items_grid.h"
 #include "outlook/deleted_items.h"
+#include "help/main_window_help.h"
+#include "layout/splitter_layout.h"
 #include "outlook/folder_data.h"
 #include "outlook/folder_reload.h"
 #include "outlook/folder_tree.h"
@@ -64,6 +66,8 @@ class RemoveItemsLogic {
     ControlEnabling enabling;
     OptionHandlers options;
     OutlookSession session;
+    SplitterLayout splitters;
+    MainWindowHelp help;
 
     bool Debug = false;
     bool Unloaded = false;

@@ -7,6 +7,7 @@ set -euo pipefail
 packages=(
     cmake ninja-build g++ pkg-config
     qt6-base-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
+    qt6-tools-dev qt6-tools-dev-tools qt6-documentation-tools libqt6help6 libqt6svg6
     libsqlite3-dev
 )
 if [[ "${1:-}" == "--tests" ]]; then

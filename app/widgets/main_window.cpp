@@ -6,14 +6,18 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QDateEdit>
+#include <QEventLoop>
 #include <QFrame>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QMouseEvent>
 #include <QPushButton>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTableView>
 #include <QTreeView>
@@ -23,6 +27,9 @@
 #include "app/widgets/folder_tree_model.h"
 #include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
+#include "help/widgets/about_window.h"
+#include "help/widgets/help_browser_window.h"
+#include "help/widgets/help_viewer_window.h"
 
 namespace tf {
 
@@ -51,7 +58,9 @@ const QStringList kPlacedControls = {
 QFrame* makeSlider(QWidget* parent, const QString& name) {
     auto* slider = new QFrame(parent);
     slider->setObjectName(name);
-    slider->setFrameShape(QFrame::NoFrame);
+    // A thin sunken line down the middle shows where to take hold.
+    slider->setFrameShape(QFrame::VLine);
+    slider->setFrameShadow(QFrame::Sunken);
     slider->setCursor(Qt::SplitHCursor);
     return slider;
 }
@@ -72,6 +81,14 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
         controlChanged(name);
     }
     connectOptions();
+    helpViewer_ = new frmHelpViewer(this);
+    logic_->splitters.setWindow(this);
+    logic_->help.attach(*helpViewer_, *this);
+    logic_->help.form.pickControl = [this] { return pickControl(); };
+    connectHelpMenu();
+    picSlider_->installEventFilter(this);
+    picSlider2_->installEventFilter(this);
+    setMinimumWidth(640);
     resize(1180, 760);
     placeControls();
 }
@@ -81,6 +98,7 @@ frmRemoveItems::~frmRemoveItems() {
     // members, the logic among them, are gone.
     logic_->controls.setObserver(nullptr);
     logic_->status.setObserver(nullptr);
+    logic_->splitters.setWindow(nullptr);
     trvFolders_->setModel(nullptr);
     delete treeModel_;
     grdItems_->setModel(nullptr);
@@ -360,15 +378,18 @@ void frmRemoveItems::panelChanged(int panel) {
 }
 
 bool frmRemoveItems::load() {
+    logic_->help.form.windowHandle = static_cast<std::uintptr_t>(winId());
     return logic_->Form_Load();
 }
 
 void frmRemoveItems::placeControls() {
-    // Positions in pixels, handed to the logic in twips; the logic's own alignment rules (the
-    // raised options frame, the label across the grid and the options) are kept here too.
+    // Positions in pixels, handed to the logic in twips. They are what the logic's rules make
+    // of them: the panes meet their bars and share one top and height, the options frame stands
+    // 85 twips higher, and the label spans the grid and the options.
     const QSize area = centralWidget()->size();
     const int bottom = area.height() - kMargin;
-    const int gridTop = kMargin + kLabelHeight + 2;
+    const int paneTop = kMargin + kLabelHeight + 2;
+    const int paneHeight = bottom - kButtonHeight - 6 - paneTop;
     const int gridLeft = kMargin + treeWidthPx_ + kSliderWidth;
     const int optionsLeft = area.width() - kMargin - optionsWidthPx_;
     const int gridWidth = std::max(0, optionsLeft - kSliderWidth - gridLeft);
@@ -382,14 +403,12 @@ void frmRemoveItems::placeControls() {
             c.height = toTwips(std::max(0, h));
         });
     };
-    set(QStringLiteral("trvFolders"), kMargin, kMargin, treeWidthPx_, bottom - kMargin);
-    set(QStringLiteral("picSlider"), kMargin + treeWidthPx_, kMargin, kSliderWidth,
-        bottom - kMargin);
-    set(QStringLiteral("grdItems"), gridLeft, gridTop, gridWidth, bottom - gridTop);
-    set(QStringLiteral("picSlider2"), gridLeft + gridWidth, gridTop, kSliderWidth,
-        bottom - gridTop);
-    set(QStringLiteral("frmOptions"), optionsLeft, gridTop - raise, optionsWidthPx_,
-        bottom - kButtonHeight - 6 - gridTop + raise);
+    set(QStringLiteral("trvFolders"), kMargin, paneTop, treeWidthPx_, paneHeight);
+    set(QStringLiteral("picSlider"), kMargin + treeWidthPx_, paneTop, kSliderWidth, paneHeight);
+    set(QStringLiteral("grdItems"), gridLeft, paneTop, gridWidth, paneHeight);
+    set(QStringLiteral("picSlider2"), gridLeft + gridWidth, paneTop, kSliderWidth, paneHeight);
+    set(QStringLiteral("frmOptions"), optionsLeft, paneTop - raise, optionsWidthPx_,
+        paneHeight + raise);
     set(QStringLiteral("cmdRun"), optionsLeft, bottom - kButtonHeight, optionsWidthPx_,
         kButtonHeight);
     set(QStringLiteral("lblCurrentFolder"), gridLeft + toPixels(75), kMargin,
@@ -410,6 +429,9 @@ void frmRemoveItems::controlChanged(const QString& name) {
     widget->setToolTip(c.toolTip);
     if (name != QLatin1String("sbStatusBar")) {
         widget->setVisible(c.visible);
+    }
+    if (c.mousePointer == kSizeWestEast) {
+        widget->setCursor(Qt::SizeHorCursor);
     }
     if (kPlacedControls.contains(name)) {
         widget->setGeometry(toPixels(c.left), toPixels(c.top), toPixels(c.width),
@@ -472,6 +494,9 @@ void frmRemoveItems::unloadMain() {
 
 void frmRemoveItems::closeEvent(QCloseEvent* event) {
     closing_ = true;
+    if (helpBrowser_ != nullptr) {
+        helpBrowser_->closeBrowser();  // keeps its size for next time
+    }
     logic_->Form_Unload();
     messageWindow_.unload();
     event->accept();
@@ -479,9 +504,153 @@ void frmRemoveItems::closeEvent(QCloseEvent* event) {
 
 void frmRemoveItems::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
-    if (centralWidget() != nullptr) {
+    pendingWidthPx_ = -1;
+    // While a bar's handler runs, the handler itself lays out what the new width changes.
+    if (centralWidget() != nullptr && !splitterHandlerRunning_) {
         placeControls();
         logic_->gridLogic.Reset_Column_Widths();
+    }
+}
+
+void frmRemoveItems::connectHelpMenu() {
+    const auto on = [this](const char* name, auto handler) {
+        connect(findChild<QAction*>(QString::fromLatin1(name)), &QAction::triggered, this, handler);
+    };
+    on("mnuHelpContents", [this] { logic_->help.mnuHelp_Click(); });
+    on("mnuWhatsThis", [this] { logic_->help.mnuWhatsThis_Click(); });
+    on("mnuOnlineHelp", [this] { logic_->help.mnuOnlineHelp_Click(logic_->productPage); });
+    on("mnuAbout", [this] { logic_->help.mnuAbout_Click(); });
+}
+
+bool frmRemoveItems::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == picSlider_ || watched == picSlider2_) {
+        return sliderEvent(static_cast<QFrame*>(watched), event);
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {
+    SplitterLayout& bars = logic_->splitters;
+    const bool first = slider == picSlider_;
+    const auto* mouse = dynamic_cast<QMouseEvent*>(event);
+    if (mouse == nullptr || mouse->button() > Qt::LeftButton) {
+        return false;
+    }
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+            first ? bars.picSlider_MouseDown() : bars.picSlider2_MouseDown();
+            return true;
+        case QEvent::MouseMove: {
+            // The pointer's place inside the bar, which the bar then follows.
+            const double x = mouse->position().x() * kTwipsPerPixel;
+            first ? bars.picSlider_MouseMove(x) : bars.picSlider2_MouseMove(x);
+            return true;
+        }
+        case QEvent::MouseButtonRelease:
+            splitterHandlerRunning_ = true;
+            first ? bars.picSlider_MouseUp() : bars.picSlider2_MouseUp();
+            splitterHandlerRunning_ = false;
+            keepPaneWidths();
+            return true;
+        default:
+            return false;
+    }
+}
+
+void frmRemoveItems::keepPaneWidths() {
+    // Later resizes of the window lay the panes out from these.
+    treeWidthPx_ = toPixels(logic_->controls[QStringLiteral("trvFolders")].width);
+    optionsWidthPx_ = toPixels(logic_->controls[QStringLiteral("frmOptions")].width);
+}
+
+double frmRemoveItems::Width() const {
+    return toTwips(pendingWidthPx_ >= 0 ? pendingWidthPx_ : width());
+}
+
+void frmRemoveItems::setWidth(double twips) {
+    // The window stays within its minimum width and the screen's.
+    int most = maximumWidth();
+    if (const QScreen* screen = this->screen()) {
+        most = std::min(most, screen->availableGeometry().width());
+    }
+    const int pixels = std::clamp(toPixels(twips), minimumWidth(), std::max(minimumWidth(), most));
+    if (pixels != width()) {
+        // The window system may tell of the new width only later.
+        pendingWidthPx_ = pixels;
+        resize(pixels, height());
+    }
+}
+
+std::optional<QString> frmRemoveItems::pickControl() {
+    // Like QWhatsThis, but the click opens the control's topic in our help viewer.
+    class Picker : public QObject {
+      public:
+        explicit Picker(const QMap<QString, QWidget*>& controls) : controls_(controls) {}
+        std::optional<QString> picked;
+        QEventLoop loop;
+
+      protected:
+        bool eventFilter(QObject* watched, QEvent* event) override {
+            if (event->type() == QEvent::KeyPress &&
+                static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+                loop.quit();
+                return true;
+            }
+            if (event->type() == QEvent::MouseButtonRelease ||
+                event->type() == QEvent::MouseButtonDblClick) {
+                return watched->isWidgetType();
+            }
+            if (event->type() != QEvent::MouseButtonPress || !watched->isWidgetType()) {
+                return false;
+            }
+            for (auto* widget = static_cast<QWidget*>(watched); widget != nullptr;
+                 widget = widget->parentWidget()) {
+                const QString name = widget->objectName();
+                if (controls_.value(name) == widget) {
+                    picked = name;
+                    break;
+                }
+            }
+            loop.quit();
+            return true;
+        }
+
+      private:
+        const QMap<QString, QWidget*>& controls_;
+    };
+    Picker picker(widgets_);
+    QApplication::setOverrideCursor(Qt::WhatsThisCursor);
+    qApp->installEventFilter(&picker);
+    picker.loop.exec();
+    qApp->removeEventFilter(&picker);
+    QApplication::restoreOverrideCursor();
+    return picker.picked;
+}
+
+void frmRemoveItems::showHelpBrowser(const QString& address) {
+    if (helpBrowser_ == nullptr) {
+        helpBrowser_ = new frmHelpBrowser(this);
+    }
+    helpBrowser_->WebBrowser1()->Navigate(QUrl(address));
+    helpBrowser_->show();
+    helpBrowser_->raise();
+    helpBrowser_->activateWindow();
+}
+
+void frmRemoveItems::showAbout() {
+    if (about_ == nullptr) {
+        about_ = new frmAbout(
+            logic_->help.application, logic_->homePage,
+            [this](const QString& address) { showHelpBrowser(address); }, this);
+    }
+    about_->show();
+    about_->raise();
+    about_->activateWindow();
+}
+
+void frmRemoveItems::unloadAbout() {
+    if (about_ != nullptr) {
+        about_->close();
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include <QMainWindow>
 #include <QMap>
+#include <QPointer>
 #include <memory>
+#include <optional>
 
 #include "app/controls.h"
 #include "app/main_window_logic.h"
@@ -10,6 +12,11 @@
 #include "app/widgets/qt_prompter.h"
 #include "app/widgets/qt_yield.h"
 #include "app/window_shell.h"
+#include "help/main_window_help.h"
+#include "help/widgets/about_window.h"
+#include "help/widgets/help_browser_window.h"
+#include "help/widgets/help_viewer_window.h"
+#include "layout/splitter_layout.h"
 
 class QTreeView;
 class QTableView;
@@ -28,6 +35,8 @@ class frmMessageBox;
 // it; the rules themselves live in RemoveItemsLogic.
 class frmRemoveItems : public QMainWindow,
                        public WindowShell,
+                       public WindowWidth,
+                       public HelpWindows,
                        private ControlsObserver,
                        private StatusPanelsObserver {
     Q_OBJECT
@@ -45,12 +54,25 @@ class frmRemoveItems : public QMainWindow,
     // WindowShell
     void showMain() override;
     void unloadMain() override;
-    void unloadAbout() override {}
+    void unloadAbout() override;
     void focusTree() override;
+
+    // WindowWidth: the window's width in twips, kept within what the screen can show.
+    double Width() const override;
+    void setWidth(double twips) override;
+
+    // HelpWindows
+    void showHelpBrowser(const QString& address) override;
+    void showAbout() override;
+
+    frmHelpViewer* helpViewer() const { return helpViewer_; }
+    frmHelpBrowser* helpBrowser() const { return helpBrowser_; }
+    frmAbout* aboutWindow() const { return about_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     void buildMenus();
@@ -62,6 +84,11 @@ class frmRemoveItems : public QMainWindow,
     void connectOptions();
     void applyColumnWidths();
     void syncExpansion(int node);
+    void connectHelpMenu();
+    bool sliderEvent(QFrame* slider, QEvent* event);
+    void keepPaneWidths();
+    // What's This mode: waits for the next click and names the control under it.
+    std::optional<QString> pickControl();
 
     QtPrompter prompter_;
     QtYield yield_;
@@ -79,6 +106,11 @@ class frmRemoveItems : public QMainWindow,
     FolderTreeModel* treeModel_ = nullptr;
     ItemsGridModel* gridModel_ = nullptr;
     QMap<QString, QAction*> actions_;
+    frmHelpViewer* helpViewer_ = nullptr;
+    QPointer<frmHelpBrowser> helpBrowser_;
+    QPointer<frmAbout> about_;
+    int pendingWidthPx_ = -1;
+    bool splitterHandlerRunning_ = false;
 
     int treeWidthPx_ = 270;
     int optionsWidthPx_ = 270;

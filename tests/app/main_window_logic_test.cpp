@@ -79,18 +79,22 @@ TEST_F(MainWindowLogic, AStoreWithoutFoldersEndsTheProgram) {
 
 TEST_F(MainWindowLogic, AlignsTheControlsAtStartUp) {
     useStore(store());
+    // The panes meet their bars, as the window lays them out; the splitter bars' set-up lines
+    // the options frame up with the grid before it is raised.
+    place(QStringLiteral("trvFolders"), 0, 1200, 3925, 7000);
+    place(QStringLiteral("picSlider"), 3925, 1200, 75, 7000);
+    place(QStringLiteral("grdItems"), 4000, 1200, 6925, 7000);
+    place(QStringLiteral("picSlider2"), 10925, 1200, 75, 7000);
     place(QStringLiteral("frmOptions"), 11000, 1000, 3000, 5000);
-    place(QStringLiteral("grdItems"), 4000, 1200, 6000, 7000);
-    place(QStringLiteral("picSlider2"), 10000, 1200, 75, 7000);
     place(QStringLiteral("txtSelectSubject"), 200, 3000, 999, 300);
     ASSERT_TRUE(logic.Form_Load());
 
-    EXPECT_EQ(control(QStringLiteral("frmOptions")).top, 915);
-    EXPECT_EQ(control(QStringLiteral("frmOptions")).height, 5085);
+    EXPECT_EQ(control(QStringLiteral("frmOptions")).top, 1115);
+    EXPECT_EQ(control(QStringLiteral("frmOptions")).height, 7085);
     EXPECT_EQ(control(QStringLiteral("linOptions1")).x1, 75);
     EXPECT_EQ(control(QStringLiteral("linOptions2")).x2, 2925);
     EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).left, 4075);
-    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).width, 9000);
+    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).width, 9925);
     EXPECT_EQ(control(QStringLiteral("cmdRun")).left, 11000);
     EXPECT_EQ(control(QStringLiteral("cmdRun")).width, 3000);
     EXPECT_EQ(control(QStringLiteral("txtSelectSubject")).width, 2700);
@@ -103,13 +107,13 @@ TEST_F(MainWindowLogic, TheCurrentFolderLabelIsNeverNarrowerThanNothing) {
         double expected;
     } cases[] = {{0, 0}, {75.5, 0}, {76, 1}, {112.5, 38}, {113.5, 38}, {114.5, 40}};
     for (const Case& c : cases) {
-        place(QStringLiteral("grdItems"), 0, 0, c.gridWidth, 100);
-        place(QStringLiteral("picSlider2"), 0, 0, 0, 100);
-        place(QStringLiteral("frmOptions"), 0, 0, 0, 100);
         RemoveItemsLogic fresh(prompter, yield, messageWindow, shell, source);
-        place(QStringLiteral("grdItems"), 0, 0, c.gridWidth, 100);
         fresh.controls.update(QStringLiteral("grdItems"),
                               [&](ControlState& s) { s.width = c.gridWidth; });
+        // The second bar and the options frame, both without width, where the grid ends.
+        for (const QString& name : {QStringLiteral("picSlider2"), QStringLiteral("frmOptions")}) {
+            fresh.controls.update(name, [&](ControlState& s) { s.left = c.gridWidth; });
+        }
         ASSERT_TRUE(fresh.Form_Load());
         EXPECT_EQ(fresh.controls[QStringLiteral("lblCurrentFolder")].width, c.expected)
             << "grid width " << c.gridWidth;

@@ -18,32 +18,12 @@
 #include "app/widgets/message_window.h"
 #include "store/local/sample_content.h"
 #include "store/store_locator.h"
+#include "tests/support/box_answerer.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 
 namespace tf::testing {
 namespace {
-
-// Answers the real message boxes as they come up, and keeps their texts.
-class BoxAnswerer {
-  public:
-    BoxAnswerer() {
-        timer_.setInterval(20);
-        QObject::connect(&timer_, &QTimer::timeout, [this] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                texts_ << box->text();
-                box->done(box->standardButtons().testFlag(QMessageBox::Yes) ? QMessageBox::Yes
-                                                                            : QMessageBox::Ok);
-            }
-        });
-        timer_.start();
-    }
-    const QStringList& texts() const { return texts_; }
-
-  private:
-    QTimer timer_;
-    QStringList texts_;
-};
 
 class MainWindowWidgets : public ::testing::Test {
   protected:
@@ -248,12 +228,3 @@ TEST_F(MainWindowWidgets, ASubjectTypedAndEnteredFiltersTheGrid) {
 }  // namespace
 }  // namespace tf::testing
 
-int main(int argc, char** argv) {
-    // Also when ctest lists the tests: there is no display then.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <cstdint>
+
+namespace tf {
+
+// What the program knows about itself: the About window's texts and where its help file is.
+struct ApplicationInfo {
+    QString Title;
+    std::int16_t Major = 0;
+    std::int16_t Minor = 0;
+    std::int16_t Revision = 0;
+    QString LegalCopyright;
+    // The help file's path: as built at first, then wherever it was found.
+    QString HelpFile;
+    // The folder the program runs from.
+    QString Path;
+};
+
+// Tidyfold's own: its version, and the help file at the path the build wrote it to.
+ApplicationInfo tidyfoldApplication();
+
+}  // namespace tf

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+#include <cstdint>
+
+#include "app/controls.h"
+
+namespace tf {
+
+// The pointer shape of a bar that can be dragged sideways.
+inline constexpr int kSizeWestEast = 9;
+
+// One draggable vertical bar between two panes. While the mouse button is held the bar follows
+// the pointer, held between the left pane's left edge and the right pane's right edge; on release
+// the panes are resized to meet it. All arithmetic is in twips on the controls' own values.
+class SliderBar {
+  public:
+    explicit SliderBar(Controls& controls) : controls_(controls) {}
+
+    void setResizingWindows(bool resizing) { resizing_ = resizing; }
+    bool ResizingWindows() const { return resizing_; }
+
+    // Keeps the three controls, lines the bar and the right pane up with the left pane and
+    // makes the panes meet the bar. A barWidth of 0 or less keeps the bar's designed width.
+    void Setup(const QString& left, const QString& right, const QString& bar,
+               std::int16_t barWidth);
+    void Mouse_Down() { resizing_ = true; }
+    // x: the pointer's position inside the bar, in twips.
+    void Mouse_Move(double x);
+    // Runs whether or not a drag is under way, so it also re-applies the layout.
+    void Mouse_Up();
+
+    const QString& bar() const { return bar_; }
+
+  private:
+    const ControlState& state(const QString& name) const { return controls_[name]; }
+
+    Controls& controls_;
+    QString left_;
+    QString right_;
+    QString bar_;
+    bool resizing_ = false;
+};
+
+}  // namespace tf
