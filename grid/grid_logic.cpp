@@ -211,6 +211,13 @@ void GridLogic::Add_Folder_Rows(int folder, int node, RowMarker marker) {
         const int first = fresh ? record.GridCount + 1 : 1;
         const int last = fresh ? record.CachedCount : record.GridCount;
         const int cacheSize = static_cast<int>(record.ItemCache.size());
+        const int firstNewRow = w_.grid.Rows();
+        // Every selected row stands out, read or unread, however it came into the grid.
+        const auto paintNewRows = [&] {
+            for (int r = firstNewRow; r < w_.grid.Rows(); ++r) {
+                paintRow(r);
+            }
+        };
         for (int i = first; i <= last && i <= cacheSize; ++i) {
             if (record.ItemCache[static_cast<std::size_t>(i - 1)].isHole()) {
                 continue;
@@ -229,9 +236,11 @@ void GridLogic::Add_Folder_Rows(int folder, int node, RowMarker marker) {
                 if (fresh) {
                     record.GridCount = i - 1;
                 }
+                paintNewRows();
                 return;
             }
         }
+        paintNewRows();
         if (fresh) {
             record.GridCount = std::max(record.GridCount, std::min(last, cacheSize));
         }
