@@ -1,7 +1,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QPixmap>
-#include <QScreen>
 #include <QTextStream>
 #include <QTimer>
 #include <optional>
@@ -104,12 +103,10 @@ int main(int argc, char* argv[]) {
     tf::frmRemoveItems window(messageWindow, source);
     bool screenshotTaken = false;
     if (!options.screenshot.isEmpty()) {
-        // Set before loading, so that the picture shows a message box loading may have open.
+        // Set before loading, which ends in a modal message box; the picture is of the main
+        // window alone.
         QTimer::singleShot(1500, &window, [&, file = options.screenshot] {
-            QPixmap picture = QGuiApplication::primaryScreen()->grabWindow(0);
-            if (picture.isNull()) {
-                picture = window.grab();
-            }
+            const QPixmap picture = window.grab();
             screenshotTaken = true;
             if (!picture.save(file)) {
                 QTextStream(stderr) << "tidyfold: could not save " << file << "\n";
