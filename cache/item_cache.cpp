@@ -214,6 +214,11 @@ bool ItemCacheLoader::Cache_Selected_Folder(int folder, int node) {
             }
         }
         p.endSteps();
+        if (record.ItemCache.size() > static_cast<std::size_t>(count)) {
+            // Items went away between sizing and reading: the records past the end were never
+            // read and stand for nothing.
+            record.ItemCache.resize(static_cast<std::size_t>(count));
+        }
         record.CachedCount = static_cast<std::int32_t>(record.ItemCache.size());
         w_.grid.setRedraw(false);
         Add_100_New_Rows(folder, node);

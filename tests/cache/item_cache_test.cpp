@@ -119,6 +119,21 @@ TEST_F(ItemCache, AnItemArrivingBetweenSizingAndReadingGrowsTheCacheByOne) {
     EXPECT_EQ(logic.tree.node(node(QStringLiteral("Inbox"))).Text, QStringLiteral("Inbox - (6)"));
 }
 
+TEST_F(ItemCache, ItemsGoneBetweenSizingAndReadingLeaveNoEmptyRecordsBehind) {
+    auto s = storeWithInbox(5);
+    open({s});
+    yield.when([&] { return loading(QStringLiteral("Inbox")); },
+               [&] { s->folder(QStringLiteral("Inbox"))->items.resize(3); });
+    ASSERT_TRUE(logic.Form_Load());
+    const FolderData& inbox = record(QStringLiteral("Inbox"));
+    EXPECT_EQ(inbox.CachedCount, 3);
+    EXPECT_EQ(inbox.ItemCache.size(), 3u);
+    EXPECT_EQ(logic.grid.Rows() - 1, 3);
+    for (const ItemData& item : inbox.ItemCache) {
+        EXPECT_FALSE(item.EntryID.isEmpty());
+    }
+}
+
 TEST_F(ItemCache, AnItemArrivingWhileTheFolderIsReadWaitsForTheNextLoad) {
     auto s = storeWithInbox(5);
     open({s});
