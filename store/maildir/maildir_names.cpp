@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <algorithm>
-#include <tuple>
 
 namespace tf::store::maildir {
 
@@ -65,11 +64,15 @@ std::optional<std::int64_t> deliveryMicros(std::string_view unique) {
     return *seconds * 1000000 + micros;
 }
 
+DeliveryKey deliveryKey(std::string_view unique) {
+    const std::optional<std::int64_t> micros = deliveryMicros(unique);
+    return {!micros, micros.value_or(0)};
+}
+
 bool deliveredBefore(std::string_view a, std::string_view b) {
-    const std::optional<std::int64_t> ta = deliveryMicros(a);
-    const std::optional<std::int64_t> tb = deliveryMicros(b);
-    // Untimed names last: a bool false sorts first.
-    return std::make_tuple(!ta, ta.value_or(0), a) < std::make_tuple(!tb, tb.value_or(0), b);
+    const DeliveryKey ka = deliveryKey(a);
+    const DeliveryKey kb = deliveryKey(b);
+    return ka != kb ? ka < kb : a < b;
 }
 
 std::optional<QStringList> folderPathOf(std::string_view dirName) {

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,8 +26,14 @@ bool isSeen(std::string_view info);
 // microseconds), as a count of microseconds since 1970; nothing when it does not start with one.
 std::optional<std::int64_t> deliveryMicros(std::string_view unique);
 
-// True when a was delivered before b: by the time in the unique name, then by the name itself, so
-// names without a time sort after those with one and the order is total.
+// Where a name sorts in delivery order: by the time in the unique name, names without a time
+// after those with one. Names with equal keys sort by the name itself, so the order is total.
+struct DeliveryKey {
+    bool untimed = false;
+    std::int64_t micros = 0;
+    auto operator<=>(const DeliveryKey&) const = default;
+};
+DeliveryKey deliveryKey(std::string_view unique);
 bool deliveredBefore(std::string_view a, std::string_view b);
 
 // The folder path a Maildir++ directory name stands for (".Projects.2024" -> Projects, 2024), or

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <type_traits>
+#include <unordered_map>
 
 #include "common/failure.h"
 #include "outlook/constants.h"
@@ -49,39 +50,56 @@ constexpr qsizetype kBodyLimit = 64 << 20;
         QStringLiteral("The operation failed. The folder \"%1\" no longer exists.").arg(name));
 }
 
-// Opens a message file without following a symbolic link; -1 when it is not there (any more).
-int openMessage(const std::string& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0 && errno != ENOENT && errno != ELOOP) {
-        throw Failure(
-            err::kPermissionDenied,
-            QStringLiteral("The message %1 cannot be read (%2).")
-                .arg(QString::fromStdString(path), QString::fromLocal8Bit(std::strerror(errno))));
+// A time in seconds since 1970 as the local wall-clock date. The offset from UTC is looked up
+// once per day (a day with a clock change is converted on its own), since the zone rules are
+// slow to consult for every message of a large folder.
+OleDate localDate(qint64 millis) {
+    constexpr qint64 kMillisPerDay = 86400000;
+    constexpr double kUnixEpochDay = 25569.0;  // 1970-01-01 as a day count from 1899-12-30
+    thread_local std::unordered_map<qint64, qint64> offsetOfDay;
+    const qint64 day = millis >= 0 ? millis / kMillisPerDay : (millis + 1) / kMillisPerDay - 1;
+    auto found = offsetOfDay.find(day);
+    if (found == offsetOfDay.end()) {
+        const qint64 start = QDateTime::fromMSecsSinceEpoch(day * kMillisPerDay).offsetFromUtc();
+        const qint64 end =
+            QDateTime::fromMSecsSinceEpoch((day + 1) * kMillisPerDay - 1).offsetFromUtc();
+        if (start != end) {
+            return toOleDate(QDateTime::fromMSecsSinceEpoch(millis));
+        }
+        found = offsetOfDay.emplace(day, start * 1000).first;
     }
-    return fd;
+    const double local =
+        static_cast<double>(millis + found->second) / kMillisPerDay + kUnixEpochDay;
+    // Before 1899-12-30 the day count is negative and the time a positive fraction after it.
+    return local >= 0 ? local : toOleDate(QDateTime::fromMSecsSinceEpoch(millis));
 }
 
-OleDate fromMicros(qint64 micros) {
-    return toOleDate(QDateTime::fromMSecsSinceEpoch(micros / 1000).toLocalTime());
+// The file's modification time: when a client last rewrote the message.
+OleDate modifiedTime(int fd) {
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) {
+        return kNoDate;
+    }
+    return localDate(qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000);
 }
 
-struct MessageData : outlook::ItemFields {};
+struct MessageData {
+    QString subject;
+    QString sender;
+    OleDate received = kNoDate;
+};
 
 MessageData readHeaders(int fd, const std::string& path, const std::string& unique) {
-    struct stat st {};
-    ::fstat(fd, &st);
     const MessageHeaders headers = parseHeaders(readHeaderBlock(fd, QString::fromStdString(path)));
     MessageData data;
     data.subject = headers.subject;
     data.sender = headers.sender;
-    const OleDate modified = fromMicros(qint64(st.st_mtim.tv_sec) * 1000000);
-    data.modified = modified;
     if (headers.date) {
-        data.received = toOleDate(*headers.date);
+        data.received = localDate(*headers.date * 1000);
     } else if (const std::optional<std::int64_t> delivered = deliveryMicros(unique)) {
-        data.received = fromMicros(*delivered);
+        data.received = localDate(*delivered / 1000);
     } else {
-        data.received = modified;
+        data.received = modifiedTime(fd);
     }
     return data;
 }
@@ -141,7 +159,9 @@ class MaildirItem : public outlook::Item {
         return std::make_shared<MaildirMapiObject>(data().sender, data().subject);
     }
     OleDate ReceivedTime() const override { return data().received; }
-    OleDate LastModificationTime() const override { return data().modified; }
+    OleDate LastModificationTime() const override {
+        return withFile([](int fd, const std::string&) { return modifiedTime(fd); });
+    }
     OleDate DateCompleted() const override { outlook::notSupported(); }
     OleDate DueDate() const override { outlook::notSupported(); }
     OleDate End() const override { outlook::notSupported(); }
@@ -167,7 +187,11 @@ class MaildirItem : public outlook::Item {
     }
 
     void Display() override {
-        outlook::ItemFields fields = data();
+        outlook::ItemFields fields;
+        fields.subject = data().subject;
+        fields.sender = data().sender;
+        fields.received = data().received;
+        fields.modified = LastModificationTime();
         fields.itemClass = outlook::olMail;
         fields.unread = UnRead();
         fields.body = Body();
@@ -190,7 +214,7 @@ class MaildirItem : public outlook::Item {
     std::invoke_result_t<Read, int, const std::string&> withFile(Read read) const {
         for (int attempt = 0; attempt < 2; ++attempt) {
             const std::string path = tree_->pathOf(folder_, entry_);
-            const int fd = openMessage(path);
+            const int fd = tree_->openMessage(folder_, entry_);
             if (fd >= 0) {
                 struct Closer {
                     int fd;

@@ -61,10 +61,14 @@ bool sameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
+int openDir(const std::string& dir) {
+    return ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
 // The names in a directory, without following a symbolic link to it; nothing when it is gone.
 template <typename Visit>
 void listDir(const std::string& dir, Visit visit) {
-    const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    const int fd = openDir(dir);
     if (fd < 0) {
         if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) {
             return;
@@ -102,8 +106,9 @@ void listMessages(const std::string& dir, bool inNew, std::vector<IndexEntry>& o
 }
 
 // A rename that never replaces a file already at the target.
-int renameNoReplace(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+template <typename At>
+int renameNoReplace(const At& from, const At& to) {
+    if (::renameat2(from.dir, from.name.c_str(), to.dir, to.name.c_str(), RENAME_NOREPLACE) == 0) {
         return 0;
     }
     if (errno != EINVAL && errno != ENOSYS) {
@@ -111,10 +116,10 @@ int renameNoReplace(const std::string& from, const std::string& to) {
     }
     // A file system without RENAME_NOREPLACE: look first, then rename.
     struct stat st {};
-    if (::lstat(to.c_str(), &st) == 0) {
+    if (::fstatat(to.dir, to.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
         return EEXIST;
     }
-    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+    return ::renameat(from.dir, from.name.c_str(), to.dir, to.name.c_str()) == 0 ? 0 : errno;
 }
 
 void makeDir(const std::string& path) {
@@ -153,6 +158,43 @@ MaildirTree::MaildirTree(std::string root, QString account)
         std::filesystem::remove_all(path, ignored);
     }
     rebuildFolders();
+}
+
+MaildirTree::DirHandle& MaildirTree::DirHandle::operator=(DirHandle&& other) noexcept {
+    if (this != &other) {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+        fd_ = std::exchange(other.fd_, -1);
+    }
+    return *this;
+}
+
+MaildirTree::DirHandle::~DirHandle() {
+    if (fd_ >= 0) {
+        ::close(fd_);
+    }
+}
+
+MaildirTree::FileAt MaildirTree::fileAt(const std::string& folder, bool inNew,
+                                        const std::string& name) {
+    auto found = messages_.find(folder);
+    if (found != messages_.end()) {
+        const int dir = (inNew ? found->second.fresh : found->second.cur).fd();
+        if (dir >= 0) {
+            return {dir, name};
+        }
+    }
+    return {AT_FDCWD, dirOf(folder) + (inNew ? "/new/" : "/cur/") + name};
+}
+
+int MaildirTree::openMessage(const std::string& folder, const IndexEntry& entry) {
+    const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
+    const int fd = ::openat(file.dir, file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0 && errno != ENOENT && errno != ELOOP) {
+        fileFailure(QStringLiteral("Cannot read the message"), pathOf(folder, entry), errno);
+    }
+    return fd;
 }
 
 std::string MaildirTree::dirOf(const std::string& key) const {
@@ -300,6 +342,8 @@ void MaildirTree::rescan(const std::string& key, Messages& messages) {
         const std::string dir = dirOf(key);
         messages.curTime = mtimeOf(dir + "/cur");
         messages.newTime = mtimeOf(dir + "/new");
+        messages.cur = DirHandle(openDir(dir + "/cur"));
+        messages.fresh = DirHandle(openDir(dir + "/new"));
         listMessages(dir + "/cur", false, listing);
         listMessages(dir + "/new", true, listing);
     }
@@ -322,10 +366,9 @@ MessageIndex& MaildirTree::messages(const std::string& key, bool checkChanges) {
 
 void MaildirTree::noteOwnChange(const std::string& key, bool inNew) {
     Messages& messages = messages_[key];
-    if (inNew) {
-        messages.newTime = mtimeOf(dirOf(key) + "/new");
-    } else {
-        messages.curTime = mtimeOf(dirOf(key) + "/cur");
+    struct stat st {};
+    if (::fstat((inNew ? messages.fresh : messages.cur).fd(), &st) == 0) {
+        (inNew ? messages.newTime : messages.curTime) = st.st_mtim;
     }
 }
 
@@ -340,7 +383,8 @@ std::optional<Location> MaildirTree::locate(const std::string& unique, const std
             return std::nullopt;
         }
         struct stat st {};
-        if (::lstat(pathOf(key, *entry).c_str(), &st) != 0) {
+        const FileAt file = fileAt(key, entry->inNew, entry->unique + entry->info);
+        if (::fstatat(file.dir, file.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
             rescan(key, found->second);  // changed behind our back: look again below
             return std::nullopt;
         }
@@ -414,7 +458,8 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
     };
     if (folder == *trash) {
         const int error = retrying([this, &folder](const IndexEntry& e) {
-            return ::unlink(pathOf(folder, e).c_str()) == 0 ? 0 : errno;
+            const FileAt file = fileAt(folder, e.inNew, e.unique + e.info);
+            return ::unlinkat(file.dir, file.name.c_str(), 0) == 0 ? 0 : errno;
         });
         if (error == ENOENT) {
             messageGone(unique);
@@ -438,7 +483,8 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
     }
     auto infoIn = [](const IndexEntry& e) { return e.info.empty() ? std::string(":2,") : e.info; };
     const int error = retrying([&](const IndexEntry& e) {
-        return renameNoReplace(pathOf(folder, e), dirOf(*trash) + "/cur/" + unique + infoIn(e));
+        return renameNoReplace(fileAt(folder, e.inNew, e.unique + e.info),
+                               fileAt(*trash, false, unique + infoIn(e)));
     });
     if (error == ENOENT) {
         messageGone(unique);
@@ -459,7 +505,8 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
 void MaildirTree::removeAt(const std::string& folder, long position) {
     Messages& messages = loaded(folder);
     const IndexEntry entry = messages.index.at(position);
-    if (::unlink(pathOf(folder, entry).c_str()) != 0) {
+    const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
+    if (::unlinkat(file.dir, file.name.c_str(), 0) != 0) {
         const int error = errno;
         if (error == ENOENT) {
             rescan(folder, messages);

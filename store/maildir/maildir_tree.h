@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "store/maildir/message_index.h"
@@ -56,6 +57,9 @@ class MaildirTree {
     std::optional<Location> locate(const std::string& unique, const std::string& hint);
     // The message's file, for reading.
     std::string pathOf(const std::string& folder, const IndexEntry& entry) const;
+    // Opens the message's file for reading, never through a symbolic link; -1 when it is not
+    // there (any more). Throws tf::Failure when it cannot be read.
+    int openMessage(const std::string& folder, const IndexEntry& entry);
 
     // Item.Delete: moves the message into the Deleted Items folder, or deletes it for good
     // there. Returns the folder it lies in afterwards (empty when deleted).
@@ -66,12 +70,38 @@ class MaildirTree {
     void removeFolder(const std::string& parent, long position);
 
   private:
+    // An open directory, so that opening a message needs no walk of its whole path.
+    class DirHandle {
+      public:
+        DirHandle() = default;
+        explicit DirHandle(int fd) : fd_(fd) {}
+        DirHandle(DirHandle&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+        DirHandle& operator=(DirHandle&& other) noexcept;
+        DirHandle(const DirHandle&) = delete;
+        DirHandle& operator=(const DirHandle&) = delete;
+        ~DirHandle();
+        int fd() const { return fd_; }
+
+      private:
+        int fd_ = -1;
+    };
+
     struct Messages {
         MessageIndex index;
         timespec curTime{};
         timespec newTime{};
+        DirHandle cur;
+        DirHandle fresh;  // new/
         bool loaded = false;
     };
+
+    // A message file as the *at() calls take it: its folder's open directory and its name, or
+    // the whole path when the directory is not open.
+    struct FileAt {
+        int dir;
+        std::string name;
+    };
+    FileAt fileAt(const std::string& folder, bool inNew, const std::string& name);
 
     void rebuildFolders();
     void ensureTrash();

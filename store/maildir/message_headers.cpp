@@ -57,7 +57,50 @@ QString decodeText(const QByteArray& value) {
     return fromGText(GText(g_mime_utils_header_decode_text(nullptr, value.constData())));
 }
 
+bool isSpecial(char c) {
+    return std::strchr("\"(),:;<>@[\\]", c) != nullptr;
+}
+
+// The common plain forms, read without GMime: "Name <addr>", "\"Name\" <addr>" and "addr".
+std::optional<QString> plainSender(const QByteArray& value) {
+    if (!isPlainAscii(value)) {
+        return std::nullopt;
+    }
+    const qsizetype open = value.indexOf('<');
+    if (open < 0) {
+        for (char c : value) {
+            if (c == ' ' || c == '\t' || (isSpecial(c) && c != '@')) {
+                return std::nullopt;
+            }
+        }
+        return QString::fromLatin1(value);
+    }
+    if (!value.endsWith('>') || value.indexOf('>') != value.size() - 1 ||
+        value.indexOf('<', open + 1) >= 0) {
+        return std::nullopt;
+    }
+    QByteArray name = value.left(open).trimmed();
+    if (name.size() >= 2 && name.startsWith('"') && name.endsWith('"')) {
+        name = name.mid(1, name.size() - 2);
+        if (name.contains('"') || name.contains('\\')) {
+            return std::nullopt;
+        }
+    } else {
+        for (char c : name) {
+            if (isSpecial(c)) {
+                return std::nullopt;
+            }
+        }
+    }
+    name = name.simplified();
+    const QByteArray address = value.mid(open + 1, value.size() - open - 2).trimmed();
+    return QString::fromLatin1(name.isEmpty() ? address : name);
+}
+
 QString decodeSender(const QByteArray& value) {
+    if (std::optional<QString> plain = plainSender(value)) {
+        return *plain;
+    }
     ensureGMime();
     GRef<InternetAddressList> list(internet_address_list_parse(nullptr, value.constData()));
     InternetAddress* first = nullptr;
@@ -85,7 +128,7 @@ QString decodeSender(const QByteArray& value) {
     return decodeText(value);
 }
 
-std::optional<QDateTime> decodeDate(const QByteArray& value) {
+std::optional<qint64> decodeDate(const QByteArray& value) {
     ensureGMime();
     GDateTime* parsed = g_mime_utils_header_decode_date(value.constData());
     if (parsed == nullptr) {
@@ -99,23 +142,16 @@ std::optional<QDateTime> decodeDate(const QByteArray& value) {
     if (seconds < kFirst || seconds > kLast) {
         return std::nullopt;
     }
-    return QDateTime::fromSecsSinceEpoch(seconds).toLocalTime();
+    return seconds;
 }
 
-bool sameName(const QByteArray& line, qsizetype colon, const char* name) {
+bool sameName(QByteArrayView line, qsizetype colon, const char* name) {
     const auto length = static_cast<qsizetype>(std::strlen(name));
     qsizetype end = colon;
     while (end > 0 && (line[end - 1] == ' ' || line[end - 1] == '\t')) {
         --end;
     }
-    return end == length && qstrnicmp(line.constData(), name, static_cast<uint>(length)) == 0;
-}
-
-QByteArray chopCr(QByteArray line) {
-    if (line.endsWith('\r')) {
-        line.chop(1);
-    }
-    return line;
+    return end == length && qstrnicmp(line.data(), name, static_cast<uint>(length)) == 0;
 }
 
 }  // namespace
@@ -130,19 +166,23 @@ MessageHeaders parseHeaders(const QByteArray& block) {
     QByteArray* current = nullptr;  // the wanted header being unfolded, if any
     qsizetype start = 0;
     bool first = true;
-    while (start < block.size()) {
+    const QByteArrayView all(block);
+    while (start < all.size()) {
         qsizetype end = block.indexOf('\n', start);
         if (end < 0) {
-            end = block.size();
+            end = all.size();
         }
-        const QByteArray line = chopCr(block.mid(start, end - start));
+        QByteArrayView line = all.sliced(start, end - start);
         start = end + 1;
+        if (line.endsWith('\r')) {
+            line.chop(1);
+        }
         if (line.isEmpty()) {
             break;
         }
         if (line[0] == ' ' || line[0] == '\t') {
             if (current != nullptr) {
-                *current += line;
+                current->append(line);
             }
             continue;
         }
@@ -155,18 +195,18 @@ MessageHeaders parseHeaders(const QByteArray& block) {
             continue;
         }
         first = false;
-        const QByteArray value = line.mid(colon + 1);
+        const QByteArrayView value = line.sliced(colon + 1);
         if (!haveSubject && sameName(line, colon, "subject")) {
             haveSubject = true;
-            subject = value;
+            subject = value.toByteArray();
             current = &subject;
         } else if (!haveFrom && sameName(line, colon, "from")) {
             haveFrom = true;
-            from = value;
+            from = value.toByteArray();
             current = &from;
         } else if (!haveDate && sameName(line, colon, "date")) {
             haveDate = true;
-            date = value;
+            date = value.toByteArray();
             current = &date;
         }
     }

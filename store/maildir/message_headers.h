@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QDateTime>
 #include <QString>
 #include <optional>
 
@@ -10,8 +9,8 @@ namespace tf::store::maildir {
 
 struct MessageHeaders {
     QString subject;
-    QString sender;  // the From display name, else its address
-    std::optional<QDateTime> date;
+    QString sender;              // the From display name, else its address
+    std::optional<qint64> date;  // seconds since 1970 (UTC)
 };
 
 // Decodes Subject, From and Date from a header block (or any bytes at all: a message without

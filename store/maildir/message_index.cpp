@@ -89,11 +89,19 @@ void MessageIndex::merge(std::vector<IndexEntry> listing) {
     for (const std::string& unique : vanished) {
         erase(unique);
     }
-    std::sort(arrived.begin(), arrived.end(), [](const IndexEntry& a, const IndexEntry& b) {
-        return deliveredBefore(a.unique, b.unique);
+    std::vector<std::pair<DeliveryKey, std::size_t>> order;
+    order.reserve(arrived.size());
+    for (std::size_t i = 0; i < arrived.size(); ++i) {
+        order.emplace_back(deliveryKey(arrived[i].unique), i);
+    }
+    std::sort(order.begin(), order.end(), [&arrived](const auto& a, const auto& b) {
+        return a.first != b.first ? a.first < b.first
+                                  : arrived[a.second].unique < arrived[b.second].unique;
     });
-    for (IndexEntry& entry : arrived) {
-        append(std::move(entry));
+    slotOf_.reserve(slotOf_.size() + arrived.size());
+    slots_.reserve(slots_.size() + arrived.size());
+    for (const auto& [key, i] : order) {
+        append(std::move(arrived[i]));
     }
 }
 

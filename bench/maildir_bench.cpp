@@ -1,0 +1,192 @@
+// tidyfold-bench maildir [--messages N] [--dir DIR]
+// Generates two like Maildir++ trees of N messages. On the first it runs the window's scan (every
+// message's cached fields) and clean (half the messages moved to Deleted Items one by one, then
+// deleted for good from there); on the second it measures the floor of the same work done with
+// plain system calls. Every measurement starts after a sync, so that none of them pays for the
+// write-back of the one before.
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <string>
+#include <vector>
+
+#include "bench/bench_support.h"
+#include "common/failure.h"
+#include "outlook/constants.h"
+#include "outlook/mapi_utils.h"
+#include "store/maildir/maildir_store.h"
+#include "store/maildir/maildir_writer.h"
+
+namespace {
+
+using namespace tf;
+
+// Writes the tree: every message in the Inbox, a third of them read, sizes like real mail's.
+void generate(const QString& root, qint64 messages) {
+    store::maildir::MaildirWriter writer(root);
+    writer.addFolder(QStringLiteral(".Trash"));
+    const QString body =
+        QStringLiteral("Hello,\r\n\r\nthe figures for this week are attached. ").repeated(12);
+    const QDateTime start(QDate(2015, 1, 1), QTime(8, 0));
+    for (qint64 i = 0; i < messages; ++i) {
+        store::maildir::MailToWrite mail;
+        mail.subject = QStringLiteral("Weekly report %1 for the team").arg(i);
+        mail.senderName = i % 7 == 0 ? QStringLiteral("Zoë Lefèvre") : QStringLiteral("Ann Jensen");
+        mail.date = start.addSecs(i * 600);
+        mail.messageId = QStringLiteral("bench-%1@example.org").arg(i);
+        mail.body = body;
+        const std::optional<QString> flags =
+            i % 3 == 0 ? std::optional<QString>(QStringLiteral("S")) : std::nullopt;
+        writer.deliver({}, store::maildir::composeMail(mail), 1420000000 + i, flags);
+    }
+}
+
+struct ScanSink {
+    qint64 items = 0;
+    qint64 chars = 0;
+    double dates = 0;
+    std::vector<QString> half;  // every second EntryID: the messages the clean removes
+};
+
+// What the window's item cache reads of every mail item.
+void scan(const outlook::FolderPtr& folder, ScanSink& sink) {
+    const outlook::TidyMAPIUtils utils;
+    auto items = folder->Items();
+    const long count = items->Count();
+    for (long i = 1; i <= count; ++i) {
+        outlook::ItemPtr item = items->Item(i);
+        sink.chars += item->Class() + item->Subject().size() + item->EntryID().size();
+        sink.chars += utils.HrGetOneProp(item->MAPIOBJECT(), outlook::PR_SENDER_NAME).size();
+        sink.dates += item->ReceivedTime() + (item->UnRead() ? 1 : 0);
+        if (sink.items++ % 2 == 0) {
+            sink.half.push_back(item->EntryID());
+        }
+    }
+    auto folders = folder->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        scan(folders->Item(i), sink);
+    }
+}
+
+std::vector<std::string> namesIn(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* listing = ::opendir(dir.c_str())) {
+        while (const dirent* entry = ::readdir(listing)) {
+            if (entry->d_name[0] != '.') {
+                names.emplace_back(entry->d_name);
+            }
+        }
+        ::closedir(listing);
+    }
+    return names;
+}
+
+// The floor of the scan: list the folders and read the first 4 KB of every message.
+qint64 rawRead(const std::string& root) {
+    qint64 bytes = 0;
+    char buffer[4096];
+    for (const char* sub : {"/cur/", "/new/"}) {
+        const std::string dir = root + sub;
+        for (const std::string& name : namesIn(dir)) {
+            const int fd = ::open((dir + name).c_str(), O_RDONLY | O_CLOEXEC);
+            if (fd >= 0) {
+                bytes += ::read(fd, buffer, sizeof buffer);
+                ::close(fd);
+            }
+        }
+    }
+    return bytes;
+}
+
+int run(const QStringList& args) {
+    const bench::Options options(args, {QStringLiteral("messages"), QStringLiteral("dir")});
+    if (!options.valid()) {
+        std::fprintf(stderr, "%s\n", qPrintable(options.error()));
+        return 2;
+    }
+    const qint64 messages = options.number(QStringLiteral("messages"), 10000);
+    const QString base = options.text(
+        QStringLiteral("dir"), QStandardPaths::writableLocation(QStandardPaths::TempLocation));
+    QTemporaryDir dir(QDir(base).filePath(QStringLiteral("tidyfold-bench-XXXXXX")));
+    if (!dir.isValid()) {
+        throw Failure(err::kPermissionDenied,
+                      QStringLiteral("Cannot make a folder in %1.").arg(base));
+    }
+    const QString ours = dir.filePath(QStringLiteral("ours"));
+    const QString floor = dir.filePath(QStringLiteral("floor"));
+    bench::print("generate_s", bench::seconds([&] {
+                     generate(ours, messages);
+                     generate(floor, messages);
+                 }));
+    bench::print("messages", static_cast<double>(messages));
+
+    ScanSink sink;
+    outlook::StorePtr store;
+    ::sync();
+    bench::print("scan_s", bench::seconds([&] {
+                     store = store::maildir::openMaildirStore(ours);
+                     scan(store->TopFolder(), sink);
+                 }));
+    const std::string floorRoot = QFile::encodeName(floor).toStdString();
+    qint64 bytes = 0;
+    ::sync();
+    bench::print("raw_read_s", bench::seconds([&] { bytes = rawRead(floorRoot); }));
+    if (sink.items != messages || bytes <= 0) {
+        throw Failure(
+            err::kInternal,
+            QStringLiteral("The scan saw %1 of %2 messages.").arg(sink.items).arg(messages));
+    }
+
+    ::sync();
+    bench::print("move_s", bench::seconds([&] {
+                     for (const QString& id : sink.half) {
+                         store->GetItemFromID(id)->Delete();
+                     }
+                 }));
+    // The floor moves the same share of the other tree, chosen from its listing.
+    std::vector<std::string> moved;
+    bench::print(
+        "raw_rename_s", bench::seconds([&] {
+            for (const char* sub : {"/cur/", "/new/"}) {
+                const std::vector<std::string> names = namesIn(floorRoot + sub);
+                for (std::size_t i = 0; i < names.size(); i += 2) {
+                    const std::string target = floorRoot + "/.Trash/cur/" + names[i];
+                    if (::rename((floorRoot + sub + names[i]).c_str(), target.c_str()) == 0) {
+                        moved.push_back(target);
+                    }
+                }
+            }
+        }));
+    ::sync();
+    bench::print("delete_s", bench::seconds([&] {
+                     for (const QString& id : sink.half) {
+                         store->GetItemFromID(id)->Delete();
+                     }
+                 }));
+    ::sync();
+    bench::print("raw_unlink_s", bench::seconds([&] {
+                     for (const std::string& path : moved) {
+                         ::unlink(path.c_str());
+                     }
+                 }));
+    const long left = store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count();
+    const long inTrash = store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count();
+    if (left != messages - static_cast<long>(sink.half.size()) || inTrash != 0) {
+        throw Failure(err::kInternal, QStringLiteral("The clean left %1 in the Inbox and %2 in "
+                                                     "Deleted Items.")
+                                          .arg(left)
+                                          .arg(inTrash));
+    }
+    bench::print("doveadm", QStringLiteral("not installed; no doveadm figures"));
+    bench::print("peak_rss_mb", bench::peakRssMb());
+    return 0;
+}
+
+const bool registered = bench::addCommand(
+    {QStringLiteral("maildir"), QStringLiteral("[--messages N] [--dir DIR]"), run});
+
+}  // namespace
