@@ -6,11 +6,21 @@
 
 namespace tf::store::maildir {
 
-const IndexEntry& MessageIndex::at(long position) {
-    if (holes_) {
-        compact();
+const IndexEntry& MessageIndex::at(long position) const {
+    // Walk down the tree to the slot with exactly position live slots before it.
+    std::size_t slot = 0;
+    auto remaining = static_cast<int>(position);
+    std::size_t step = 1;
+    while (step * 2 < live_tree_.size()) {
+        step *= 2;
     }
-    return slots_[head_ + static_cast<std::size_t>(position)].entry;
+    for (; step > 0; step /= 2) {
+        if (slot + step < live_tree_.size() && live_tree_[slot + step] <= remaining) {
+            slot += step;
+            remaining -= live_tree_[slot];
+        }
+    }
+    return slots_[slot].entry;
 }
 
 const IndexEntry* MessageIndex::find(const std::string& unique) const {
@@ -18,12 +28,38 @@ const IndexEntry* MessageIndex::find(const std::string& unique) const {
     return found == slotOf_.end() ? nullptr : &slots_[found->second].entry;
 }
 
+void MessageIndex::mark(std::size_t slot, int delta) {
+    for (std::size_t i = slot + 1; i < live_tree_.size(); i += i & (~i + 1)) {
+        live_tree_[i] += delta;
+    }
+}
+
+void MessageIndex::rebuild() {
+    std::vector<Slot> kept;
+    kept.reserve(live_ * 2 + 16);
+    for (Slot& slot : slots_) {
+        if (slot.live) {
+            slotOf_[slot.entry.unique] = kept.size();
+            kept.push_back(std::move(slot));
+        }
+    }
+    slots_ = std::move(kept);
+    live_tree_.assign(slots_.capacity() + 1, 0);
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        mark(i, 1);
+    }
+}
+
 void MessageIndex::append(IndexEntry entry) {
     if (slotOf_.count(entry.unique) != 0) {
         return;
     }
+    if (slots_.size() + 1 >= live_tree_.size()) {
+        rebuild();  // the tree covers the slots' capacity: grow both together
+    }
     slotOf_.emplace(entry.unique, slots_.size());
     slots_.push_back({std::move(entry), true});
+    mark(slots_.size() - 1, 1);
     ++live_;
 }
 
@@ -34,42 +70,19 @@ void MessageIndex::erase(const std::string& unique) {
     }
     const std::size_t slot = found->second;
     slotOf_.erase(found);
+    slots_[slot] = {};
     slots_[slot].live = false;
+    mark(slot, -1);
     --live_;
-    if (slot == head_) {
-        while (head_ < slots_.size() && !slots_[head_].live) {
-            ++head_;
-        }
-    } else if (slot + 1 == slots_.size()) {
-        while (slots_.size() > head_ && !slots_.back().live) {
-            slots_.pop_back();
-        }
-    } else {
-        holes_ = true;
+    // Dead slots are dropped once they outnumber the live ones, which keeps removal O(1)
+    // amortised on top of the tree's O(log n).
+    if (slots_.size() > 4096 && live_ * 2 < slots_.size()) {
+        rebuild();
     }
-    if (live_ == 0) {
-        slots_.clear();
-        head_ = 0;
-        holes_ = false;
-    }
-}
-
-void MessageIndex::compact() {
-    std::vector<Slot> kept;
-    kept.reserve(live_);
-    for (std::size_t i = head_; i < slots_.size(); ++i) {
-        if (slots_[i].live) {
-            slotOf_[slots_[i].entry.unique] = kept.size();
-            kept.push_back(std::move(slots_[i]));
-        }
-    }
-    slots_ = std::move(kept);
-    head_ = 0;
-    holes_ = false;
 }
 
 void MessageIndex::merge(std::vector<IndexEntry> listing) {
-    std::vector<bool> seen(slots_.size(), false);
+    std::vector<bool> seen(slots_.size(), false);  // by slot
     std::vector<IndexEntry> arrived;
     for (IndexEntry& entry : listing) {
         auto found = slotOf_.find(entry.unique);
@@ -81,7 +94,7 @@ void MessageIndex::merge(std::vector<IndexEntry> listing) {
         slots_[found->second].entry = std::move(entry);
     }
     std::vector<std::string> vanished;
-    for (std::size_t i = head_; i < slots_.size(); ++i) {
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
         if (slots_[i].live && !seen[i]) {
             vanished.push_back(slots_[i].entry.unique);
         }
@@ -99,7 +112,6 @@ void MessageIndex::merge(std::vector<IndexEntry> listing) {
                                   : arrived[a.second].unique < arrived[b.second].unique;
     });
     slotOf_.reserve(slotOf_.size() + arrived.size());
-    slots_.reserve(slots_.size() + arrived.size());
     for (const auto& [key, i] : order) {
         append(std::move(arrived[i]));
     }

@@ -15,14 +15,14 @@ struct IndexEntry {
 };
 
 // The messages of one folder in their stable order. Positions change only by removal; messages
-// that arrive are added at the end. Finding, adding and removing a message by name is O(1), so a
-// run that deletes item after item never rescans the folder; removals in the middle leave holes
-// that are closed once, the next time a position is asked for.
+// that arrive are added at the end. Finding a message by name is O(1); reaching a position, adding
+// and removing are O(log n) wherever the message lies, so a run that deletes item after item, in
+// any order, never rescans the folder or shifts the whole list.
 class MessageIndex {
   public:
     long count() const { return static_cast<long>(live_); }
     // The message at a 0-based position; position must be below count().
-    const IndexEntry& at(long position);
+    const IndexEntry& at(long position) const;
     const IndexEntry* find(const std::string& unique) const;
     void append(IndexEntry entry);
     void erase(const std::string& unique);
@@ -35,13 +35,15 @@ class MessageIndex {
         IndexEntry entry;
         bool live = true;
     };
-    void compact();
+    // A Fenwick tree over the slots' live flags: the count of live slots up to a slot, and the
+    // slot holding the n-th live message.
+    void mark(std::size_t slot, int delta);
+    void rebuild();
 
-    std::vector<Slot> slots_;
+    std::vector<Slot> slots_;  // in order; dead slots stay until the next rebuild
+    std::vector<int> live_tree_;
     std::unordered_map<std::string, std::size_t> slotOf_;
-    std::size_t head_ = 0;  // slots before head_ are all dead
     std::size_t live_ = 0;
-    bool holes_ = false;  // a dead slot between head_ and the end
 };
 
 }  // namespace tf::store::maildir

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "store/maildir/message_index.h"
 #include "tests/support/qt_printers.h"
 
@@ -122,6 +124,36 @@ TEST(MessageIndex, ARescanKeepsKnownPlacesAddsArrivalsAtTheEndAndDropsTheVanishe
               (std::vector<std::string>{"1.a", "3.c", "0.moved-in", "4.new", "5.new"}));
     EXPECT_EQ(index.find("1.a")->info, ":2,S");
     EXPECT_EQ(index.find("2.b"), nullptr);
+}
+
+TEST(MessageIndex, PositionsStayRightThroughThousandsOfRandomChanges) {
+    MessageIndex index;
+    std::vector<std::string> expected;
+    std::mt19937 random(11);
+    int next = 0;
+    auto name = [&next] { return std::to_string(1000000 + next++) + ".host"; };
+    for (int i = 0; i < 6000; ++i) {
+        expected.push_back(name());
+        index.append({expected.back(), {}, false});
+    }
+    for (int step = 0; step < 20000; ++step) {
+        const unsigned action = random() % 10;
+        if (action < 6 && !expected.empty()) {
+            const std::size_t at = random() % expected.size();
+            index.erase(expected[at]);
+            expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(at));
+        } else {
+            expected.push_back(name());
+            index.append({expected.back(), {}, false});
+        }
+        if (step % 1000 == 0 || expected.size() < 3) {
+            ASSERT_EQ(order(index), expected) << "step " << step;
+        }
+    }
+    ASSERT_EQ(order(index), expected);
+    for (const std::string& each : expected) {
+        ASSERT_NE(index.find(each), nullptr);
+    }
 }
 
 }  // namespace
