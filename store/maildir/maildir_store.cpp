@@ -144,6 +144,15 @@ class MaildirMapiObject : public outlook::MapiObject {
 
 FolderPtr makeFolder(const TreePtr& tree, const FolderNode& node);
 
+// The folder as it is now; fails, naming it, when it has been deleted since it was read.
+const FolderNode& existingFolder(MaildirTree& tree, const std::string& key, const QString& name) {
+    const FolderNode* node = tree.folder(key);
+    if (node == nullptr) {
+        folderGone(name);
+    }
+    return *node;
+}
+
 class MaildirItem : public outlook::Item {
   public:
     MaildirItem(TreePtr tree, std::string folder, IndexEntry entry)
@@ -282,13 +291,7 @@ class MaildirFolders : public outlook::Folders {
     void Remove(long index) override { tree_->removeFolder(parent_, index); }
 
   private:
-    const FolderNode& node() const {
-        const FolderNode* parent = tree_->folder(parent_);
-        if (parent == nullptr) {
-            folderGone(name_);
-        }
-        return *parent;
-    }
+    const FolderNode& node() const { return existingFolder(*tree_, parent_, name_); }
 
     TreePtr tree_;
     std::string parent_;
@@ -328,13 +331,7 @@ class MaildirFolder : public outlook::MAPIFolder {
     QString StoreID() const override { return tree_->storeId(); }
 
   private:
-    const FolderNode& current() const {
-        const FolderNode* node = tree_->folder(key_);
-        if (node == nullptr) {
-            folderGone(name_);
-        }
-        return *node;
-    }
+    const FolderNode& current() const { return existingFolder(*tree_, key_, name_); }
 
     TreePtr tree_;
     std::string key_;

@@ -15,6 +15,7 @@
 #include "outlook/item_window.h"
 #include "outlook/mapi_utils.h"
 #include "store/maildir/maildir_writer.h"
+#include "tests/support/failure_text.h"
 #include "tests/support/qt_printers.h"
 
 namespace tf::store::maildir {
@@ -23,6 +24,7 @@ namespace {
 using outlook::FolderPtr;
 using outlook::ItemPtr;
 using outlook::StorePtr;
+using testing::failureOf;
 
 constexpr double kOneSecond = 1.0 / 86400;
 
@@ -68,14 +70,6 @@ class MaildirStoreTest : public ::testing::Test {
             out << folders->Item(i)->Name();
         }
         return out;
-    }
-    static QString failureOf(const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const Failure& failure) {
-            return failure.description();
-        }
-        return {};
     }
 
     QTemporaryDir dir_;

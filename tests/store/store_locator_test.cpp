@@ -9,6 +9,7 @@
 #include "outlook/constants.h"
 #include "store/local/sample_content.h"
 #include "store/maildir/maildir_writer.h"
+#include "tests/support/failure_text.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 
@@ -24,14 +25,6 @@ class StoreLocator : public ::testing::Test {
         options.items = 60;
         store::local::writeSampleStoreFile(path, options);
         return path;
-    }
-    static QString failureOf(const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const Failure& failure) {
-            return failure.description();
-        }
-        return {};
     }
 
     TempHome home;
