@@ -285,8 +285,9 @@ class MaildirFolders : public outlook::Folders {
         if (index < 1 || index > static_cast<long>(parent.children.size())) {
             outOfBounds();
         }
-        return makeFolder(tree_,
-                          *tree_->folder(parent.children[static_cast<std::size_t>(index - 1)]));
+        // A copy: looking the child up may re-read the tree, which replaces the parent's node.
+        const std::string key = parent.children[static_cast<std::size_t>(index - 1)];
+        return makeFolder(tree_, existingFolder(*tree_, key, name_));
     }
     void Remove(long index) override { tree_->removeFolder(parent_, index); }
 
@@ -308,7 +309,8 @@ class MaildirFolder : public outlook::MAPIFolder {
         if (now.key == MaildirTree::kTopKey) {
             return nullptr;
         }
-        return makeFolder(tree_, *tree_->folder(now.parent));
+        const std::string parent = now.parent;  // a copy, as the lookup may re-read the tree
+        return makeFolder(tree_, existingFolder(*tree_, parent, name_));
     }
     long DefaultItemType() const override { return outlook::olMailItem; }
     QString EntryID() const override {
