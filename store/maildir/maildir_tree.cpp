@@ -276,7 +276,25 @@ void MaildirTree::rebuildFolders() {
                       return byName != 0 ? byName < 0 : a < b;
                   });
     }
+    forgetReplacedFolders();
     haveFolders_ = true;
+}
+
+// A folder that is gone, or was deleted and made again by another program, is read afresh: the
+// open directories of the old one lead nowhere.
+void MaildirTree::forgetReplacedFolders() {
+    for (auto it = messages_.begin(); it != messages_.end();) {
+        auto node = folders_.find(it->first);
+        bool same = node != folders_.end() && node->second.onDisk;
+        struct stat open {};
+        struct stat now {};
+        if (same && it->second.cur.fd() >= 0) {
+            same = ::fstat(it->second.cur.fd(), &open) == 0 &&
+                   ::lstat((dirOf(it->first) + "/cur").c_str(), &now) == 0 &&
+                   open.st_dev == now.st_dev && open.st_ino == now.st_ino;
+        }
+        it = same ? std::next(it) : messages_.erase(it);
+    }
 }
 
 void MaildirTree::ensureTrash() {
@@ -487,6 +505,16 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
                                fileAt(*trash, false, unique + infoIn(e)));
     });
     if (error == ENOENT) {
+        struct stat st {};
+        const FileAt source = fileAt(folder, entry.inNew, entry.unique + entry.info);
+        if (::fstatat(source.dir, source.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
+            haveFolders_ = false;  // made again on the next look at the tree
+            throw Failure(err::kAutomation,
+                          QStringLiteral("The operation failed. The \"Deleted Items\" folder has "
+                                         "been deleted by another program; the message %1 was "
+                                         "left where it is.")
+                              .arg(nameText(unique)));
+        }
         messageGone(unique);
     }
     if (error == EEXIST) {

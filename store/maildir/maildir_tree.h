@@ -105,6 +105,7 @@ class MaildirTree {
 
     void rebuildFolders();
     void ensureTrash();
+    void forgetReplacedFolders();
     Messages& loaded(const std::string& key);
     void rescan(const std::string& key, Messages& messages);
     void noteOwnChange(const std::string& key, bool inNew);

@@ -402,6 +402,27 @@ TEST_F(MaildirStoreTest, ChangesByAnotherProgramFailForThatMessageOnly) {
     EXPECT_EQ(items[2]->Parent()->Name(), QStringLiteral("Deleted Items"));
 }
 
+TEST_F(MaildirStoreTest, ADeletedItemsFolderRemovedMeanwhileIsMadeAgain) {
+    put({}, "Subject: one\n\n", 1);
+    put({}, "Subject: two\n\n", 2);
+    StorePtr store = openMaildirStore(root());
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ItemPtr first = inbox->Item(1);
+    ItemPtr second = inbox->Item(2);
+    first->Delete();
+    ASSERT_TRUE(QDir(at(QStringLiteral(".Trash"))).removeRecursively());
+    // The next look at the tree makes it again, and the move goes into the new one.
+    const QString failure = failureOf([&] { second->Delete(); });
+    if (!failure.isEmpty()) {
+        EXPECT_TRUE(failure.contains(QStringLiteral("Deleted Items"))) << failure.toStdString();
+        EXPECT_EQ(files(QStringLiteral("cur")).size(), 1);
+        second->Delete();
+    }
+    EXPECT_EQ(files(QStringLiteral(".Trash/cur")).size(), 1);
+    EXPECT_TRUE(files(QStringLiteral("cur")).isEmpty());
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 1);
+}
+
 TEST_F(MaildirStoreTest, ANameClashInDeletedItemsLeavesBothMessagesAlone) {
     const QString id = put({}, "Subject: twin\n\n");
     writer_.addFolder(QStringLiteral(".Trash"));
