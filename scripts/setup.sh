@@ -7,7 +7,8 @@ set -euo pipefail
 packages=(
     cmake ninja-build g++ pkg-config
     qt6-base-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
-    libsqlite3-dev libgmime-3.0-dev
+    libsqlite3-dev
+    libgmime-3.0-dev
 )
 if [[ "${1:-}" == "--tests" ]]; then
     packages+=(googletest libgtest-dev xvfb xauth)
