@@ -107,11 +107,11 @@ struct Turns {
     double floor = 0;
 };
 
-// Ours and the floor take turns, a tenth of the work at a time, each after a sync, so that a
+// Ours and the floor take turns, a fiftieth of the work at a time, each after a sync, so that a
 // change in the load of the machine or the disk during the run weighs on both alike.
 template <typename Ours, typename Floor>
 Turns inTurns(std::size_t oursTotal, std::size_t floorTotal, Ours ours, Floor floor) {
-    constexpr std::size_t kTurns = 10;
+    constexpr std::size_t kTurns = 50;
     Turns turns;
     for (std::size_t k = 0; k < kTurns; ++k) {
         ::sync();
