@@ -326,6 +326,7 @@ void MaildirTree::ensureTrash() {
     }
     node.name = QStringLiteral("Deleted Items");
     node.defaultFolder = outlook::olFolderDeletedItems;
+    trashKey_ = trash;
 }
 
 const FolderNode* MaildirTree::folder(const std::string& key) {
@@ -457,12 +458,18 @@ IndexEntry MaildirTree::requireIn(const std::string& folder, const std::string& 
 
 std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
                                                       const std::string& unique) {
-    const std::optional<std::string> trash = defaultFolder(outlook::olFolderDeletedItems);
-    if (!trash) {
-        throw Failure(err::kAutomation,
-                      QStringLiteral("The operation failed. The store has no \"Deleted Items\" "
-                                     "folder."));
+    return deleteMessage(folder, unique, true);
+}
+
+std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
+                                                      const std::string& unique,
+                                                      bool mayRemakeTrash) {
+    // The tree as last read: a Deleted Items folder removed since is noticed by the move failing,
+    // which has the tree read again.
+    if (!haveFolders_) {
+        rebuildFolders();
     }
+    const std::string trash = trashKey_;
     IndexEntry entry = requireIn(folder, unique);
     // Once more after a fresh look when the file has changed its name (new flags) meanwhile.
     auto retrying = [&](auto attempt) {
@@ -474,7 +481,7 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
         }
         return error;
     };
-    if (folder == *trash) {
+    if (folder == trash) {
         const int error = retrying([this, &folder](const IndexEntry& e) {
             const FileAt file = fileAt(folder, e.inNew, e.unique + e.info);
             return ::unlinkat(file.dir, file.name.c_str(), 0) == 0 ? 0 : errno;
@@ -489,7 +496,7 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
         noteOwnChange(folder, entry.inNew);
         return std::nullopt;
     }
-    Messages& bin = loaded(*trash);
+    Messages& bin = loaded(trash);
     auto alreadyThere = [&unique] {
         throw Failure(err::kAutomation,
                       QStringLiteral("The operation failed. \"Deleted Items\" already holds a "
@@ -502,13 +509,17 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
     auto infoIn = [](const IndexEntry& e) { return e.info.empty() ? std::string(":2,") : e.info; };
     const int error = retrying([&](const IndexEntry& e) {
         return renameNoReplace(fileAt(folder, e.inNew, e.unique + e.info),
-                               fileAt(*trash, false, unique + infoIn(e)));
+                               fileAt(trash, false, unique + infoIn(e)));
     });
     if (error == ENOENT) {
         struct stat st {};
         const FileAt source = fileAt(folder, entry.inNew, entry.unique + entry.info);
         if (::fstatat(source.dir, source.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
-            haveFolders_ = false;  // made again on the next look at the tree
+            // Deleted Items itself is gone: reading the tree again makes it anew.
+            if (mayRemakeTrash) {
+                rebuildFolders();
+                return deleteMessage(folder, unique, false);
+            }
             throw Failure(err::kAutomation,
                           QStringLiteral("The operation failed. The \"Deleted Items\" folder has "
                                          "been deleted by another program; the message %1 was "
@@ -526,7 +537,7 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
     messages_[folder].index.erase(unique);
     bin.index.append({unique, infoIn(entry), false});
     noteOwnChange(folder, entry.inNew);
-    noteOwnChange(*trash, false);
+    noteOwnChange(trash, false);
     return trash;
 }
 

@@ -110,12 +110,15 @@ class MaildirTree {
     void rescan(const std::string& key, Messages& messages);
     void noteOwnChange(const std::string& key, bool inNew);
     IndexEntry requireIn(const std::string& folder, const std::string& unique);
+    std::optional<std::string> deleteMessage(const std::string& folder, const std::string& unique,
+                                             bool mayRemakeTrash);
     std::string dirOf(const std::string& key) const;
 
     std::string root_;
     QString account_;
     std::map<std::string, FolderNode> folders_;
     timespec rootTime_{};
+    std::string trashKey_;
     bool haveFolders_ = false;
     std::unordered_map<std::string, Messages> messages_;
     int removals_ = 0;

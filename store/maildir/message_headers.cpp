@@ -241,12 +241,17 @@ QByteArray readHeaderBlock(int fd, const QString& path, qsizetype limit) {
         block.resize(had + got);
         // The blank line may straddle two chunks: look again from a little before the new part.
         const qsizetype from = std::max<qsizetype>(0, searched - 3);
+        // The first blank line, whichever line ending it has.
+        qsizetype blank = -1;
         for (const char* mark : {"\n\n", "\n\r\n"}) {
-            const qsizetype blank = block.indexOf(mark, from);
-            if (blank >= 0) {
-                block.truncate(blank + 1);
-                return block;
+            const qsizetype at = block.indexOf(mark, from);
+            if (at >= 0 && (blank < 0 || at < blank)) {
+                blank = at;
             }
+        }
+        if (blank >= 0) {
+            block.truncate(blank + 1);
+            return block;
         }
         searched = block.size();
         if (got < want) {
