@@ -40,6 +40,25 @@ MessageName splitMessageName(std::string_view fileName) {
     return {std::string(fileName.substr(0, at)), std::string(fileName.substr(at))};
 }
 
+QString entryIdOf(const std::string& unique) {
+    const QByteArray bytes = QByteArray::fromStdString(unique);
+    if (!bytes.contains('%')) {
+        const QString text = QString::fromUtf8(bytes);
+        if (text.toUtf8() == bytes) {
+            return text;
+        }
+    }
+    return QString::fromLatin1(bytes.toPercentEncoding(QByteArray(), QByteArray(), '%'));
+}
+
+std::string uniqueOf(const QString& entryId) {
+    const QByteArray utf8 = entryId.toUtf8();
+    if (!utf8.contains('%')) {
+        return utf8.toStdString();
+    }
+    return QByteArray::fromPercentEncoding(entryId.toLatin1()).toStdString();
+}
+
 bool isSeen(std::string_view info) {
     if (info.substr(0, kInfoMark.size()) != kInfoMark) {
         return false;

@@ -19,6 +19,12 @@ struct MessageName {
 };
 MessageName splitMessageName(std::string_view fileName);
 
+// The EntryID of a unique name, and back. A name that is valid UTF-8 without a '%' is its own
+// EntryID; any other name (a byte from another charset) is written with %XX escapes, so that
+// every name has an EntryID that leads back to exactly it.
+QString entryIdOf(const std::string& unique);
+std::string uniqueOf(const QString& entryId);
+
 // True when the info carries the S (seen) flag.
 bool isSeen(std::string_view info);
 

@@ -41,7 +41,7 @@ constexpr qsizetype kBodyLimit = 64 << 20;
     throw Failure(err::kAutomation,
                   QStringLiteral("The operation failed. The message %1 no longer exists; it has "
                                  "been moved or deleted since it was read.")
-                      .arg(QString::fromStdString(unique)));
+                      .arg(entryIdOf(unique)));
 }
 
 [[noreturn]] void folderGone(const QString& name) {
@@ -160,7 +160,7 @@ class MaildirItem : public outlook::Item {
 
     long Class() const override { return outlook::olMail; }
     QString Subject() const override { return data().subject; }
-    QString EntryID() const override { return QString::fromStdString(entry_.unique); }
+    QString EntryID() const override { return entryIdOf(entry_.unique); }
     QString Body() const override {
         return withFile([](int fd, const std::string&) { return messageBodyText(readWhole(fd)); });
     }
@@ -361,7 +361,7 @@ class MaildirStore : public outlook::Store {
         return makeFolder(tree_, *tree_->folder(*key));
     }
     ItemPtr GetItemFromID(const QString& entryID) const override {
-        std::optional<Location> where = tree_->locate(entryID.toStdString(), lastFound_);
+        std::optional<Location> where = tree_->locate(uniqueOf(entryID), lastFound_);
         if (!where) {
             throw Failure(err::kAutomation,
                           QStringLiteral("The operation failed. An object could not be found: "

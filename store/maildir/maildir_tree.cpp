@@ -27,7 +27,7 @@ QString systemError(int error) {
 }
 
 QString nameText(const std::string& unique) {
-    return QString::fromStdString(unique);
+    return entryIdOf(unique);
 }
 
 [[noreturn]] void messageGone(const std::string& unique) {

@@ -20,6 +20,17 @@ TEST(MaildirNames, TheUniquePartIsEverythingBeforeTheInfo) {
     EXPECT_EQ(splitMessageName("a:b").unique, "a:b");
 }
 
+TEST(MaildirNames, EveryNameHasAnEntryIdThatLeadsBackToIt) {
+    EXPECT_EQ(entryIdOf("1700000000.M1P2Q3.host"), QStringLiteral("1700000000.M1P2Q3.host"));
+    EXPECT_EQ(entryIdOf("1700000000.caf\xc3\xa9"), QStringLiteral("1700000000.café"));
+    for (const std::string name : {"1700000000.M1P2Q3.host,S=1234", "1700000000.caf\xc3\xa9",
+                                   "latin1-caf\xe9", "100%.host", "%41", "bad\xff\xfe", ""}) {
+        EXPECT_EQ(uniqueOf(entryIdOf(name)), name) << name;
+    }
+    EXPECT_NE(entryIdOf("%41"), entryIdOf("A"));
+    EXPECT_NE(entryIdOf("latin1-caf\xe9"), entryIdOf("latin1-caf\xc3\xa9"));
+}
+
 TEST(MaildirNames, OnlyTheSFlagOfAVersionTwoInfoMeansSeen) {
     EXPECT_TRUE(isSeen(":2,S"));
     EXPECT_TRUE(isSeen(":2,FRS"));

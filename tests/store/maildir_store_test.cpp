@@ -1,6 +1,8 @@
 // The Maildir++ backend over trees with the oddities real mail has, and what it does on disk.
 #include "store/maildir/maildir_store.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -416,6 +418,38 @@ TEST_F(MaildirStoreTest, ADeletedItemsFolderRemovedMeanwhileIsMadeAgain) {
     EXPECT_EQ(files(QStringLiteral(".Trash/cur")).size(), 1);
     EXPECT_TRUE(files(QStringLiteral("cur")).isEmpty());
     EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 1);
+}
+
+TEST_F(MaildirStoreTest, AFileNameInAnotherCharsetCanStillBeFoundAndMoved) {
+    // Written with the raw bytes: Qt would turn the Latin-1 byte into a replacement character.
+    const QByteArray path =
+        QFile::encodeName(at(QStringLiteral("cur/"))) + "1600000000.caf\xe9:2,S";
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(fd, 0);
+    const QByteArray text = "Subject: latin-1 name\n\n";
+    ASSERT_EQ(::write(fd, text.constData(), static_cast<size_t>(text.size())), text.size());
+    ::close(fd);
+    StorePtr store = openMaildirStore(root());
+    const QString id = inboxItem(store, 1)->EntryID();
+    store->GetItemFromID(id)->Delete();
+    // Listed with the raw bytes too, as Qt's listing passes over such names.
+    auto rawNames = [this](const QString& sub) {
+        std::vector<std::string> names;
+        DIR* dir = ::opendir(QFile::encodeName(at(sub)).constData());
+        while (const dirent* entry = dir != nullptr ? ::readdir(dir) : nullptr) {
+            if (entry->d_name[0] != '.') {
+                names.emplace_back(entry->d_name);
+            }
+        }
+        if (dir != nullptr) {
+            ::closedir(dir);
+        }
+        return names;
+    };
+    EXPECT_TRUE(rawNames(QStringLiteral("cur")).empty());
+    EXPECT_EQ(rawNames(QStringLiteral(".Trash/cur")),
+              std::vector<std::string>{"1600000000.caf\xe9:2,S"});
+    EXPECT_EQ(store->GetItemFromID(id)->Subject(), QStringLiteral("latin-1 name"));
 }
 
 TEST_F(MaildirStoreTest, ANameClashInDeletedItemsLeavesBothMessagesAlone) {
