@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "common/failure.h"
@@ -44,7 +45,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     tf::store::maildir::messageBodyText(bytes);
     readThroughAFile(bytes);
     const std::string_view name(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    tf::store::maildir::splitMessageName(name);
+    const std::string unique = tf::store::maildir::splitMessageName(name).unique;
+    if (tf::store::maildir::uniqueOf(tf::store::maildir::entryIdOf(unique)) != unique) {
+        __builtin_trap();  // an EntryID that does not lead back to its file
+    }
     tf::store::maildir::deliveredBefore(name, "1700000000.M1P1Q1.host");
     tf::store::maildir::folderPathOf(name);
     return 0;
