@@ -1,9 +1,9 @@
 // tidyfold-bench maildir [--messages N] [--dir DIR]
-// Generates two like Maildir++ trees of N messages. On the first it runs the window's scan (every
-// message's cached fields) and clean (half the messages moved to Deleted Items one by one, then
-// deleted for good from there); on the second it measures the floor of the same work done with
-// plain system calls. Every measurement starts after a sync, so that none of them pays for the
-// write-back of the one before.
+// Generates two like Maildir++ trees of N messages in twenty folders. On the first it runs the
+// window's scan (every message's cached fields) and clean (half the messages moved to Deleted Items
+// one by one, then deleted for good from there); on the second it measures the floor of the same
+// work done with plain system calls. Every measurement starts after a sync, so that none of them
+// pays for the write-back of the one before.
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -25,10 +26,23 @@ namespace {
 
 using namespace tf;
 
-// Writes the tree: every message in the Inbox, a third of them read, sizes like real mail's.
+// The tree's folders: the Inbox and nineteen others. The messages are dealt out over them.
+std::vector<QString> folderDirs() {
+    std::vector<QString> dirs{QString()};
+    for (int i = 1; i < 20; ++i) {
+        dirs.push_back(QStringLiteral(".Folder%1").arg(i, 2, 10, QLatin1Char('0')));
+    }
+    return dirs;
+}
+
+// Writes the tree: a third of the messages read, sizes like real mail's.
 void generate(const QString& root, qint64 messages) {
     store::maildir::MaildirWriter writer(root);
     writer.addFolder(QStringLiteral(".Trash"));
+    const std::vector<QString> dirs = folderDirs();
+    for (const QString& dir : dirs) {
+        writer.addFolder(dir);
+    }
     const QString body =
         QStringLiteral("Hello,\r\n\r\nthe figures for this week are attached. ").repeated(12);
     const QDateTime start(QDate(2015, 1, 1), QTime(8, 0));
@@ -41,7 +55,8 @@ void generate(const QString& root, qint64 messages) {
         mail.body = body;
         const std::optional<QString> flags =
             i % 3 == 0 ? std::optional<QString>(QStringLiteral("S")) : std::nullopt;
-        writer.deliver({}, store::maildir::composeMail(mail), 1420000000 + i, flags);
+        writer.deliver(dirs[static_cast<std::size_t>(i) % dirs.size()],
+                       store::maildir::composeMail(mail), 1420000000 + i, flags);
     }
 }
 
@@ -52,8 +67,8 @@ struct ScanSink {
     std::vector<QString> half;  // every second EntryID: the messages the clean removes
 };
 
-// What the window's item cache reads of every mail item.
-void scan(const outlook::FolderPtr& folder, ScanSink& sink) {
+// What the window's item cache reads of every mail item of a folder.
+void scanItems(const outlook::FolderPtr& folder, ScanSink& sink) {
     const outlook::TidyMAPIUtils utils;
     auto items = folder->Items();
     const long count = items->Count();
@@ -66,9 +81,13 @@ void scan(const outlook::FolderPtr& folder, ScanSink& sink) {
             sink.half.push_back(item->EntryID());
         }
     }
+}
+
+void collectFolders(const outlook::FolderPtr& folder, std::vector<outlook::FolderPtr>& out) {
+    out.push_back(folder);
     auto folders = folder->Folders();
     for (long i = 1; i <= folders->Count(); ++i) {
-        scan(folders->Item(i), sink);
+        collectFolders(folders->Item(i), out);
     }
 }
 
@@ -85,12 +104,12 @@ std::vector<std::string> namesIn(const std::string& dir) {
     return names;
 }
 
-// The floor of the scan: list the folders and read the first 4 KB of every message.
-qint64 rawRead(const std::string& root) {
+// The floor of the scan: list a folder and read the first 4 KB of every message.
+qint64 rawRead(const std::string& folder) {
     qint64 bytes = 0;
     char buffer[4096];
     for (const char* sub : {"/cur/", "/new/"}) {
-        const std::string dir = root + sub;
+        const std::string dir = folder + sub;
         for (const std::string& name : namesIn(dir)) {
             const int fd = ::open((dir + name).c_str(), O_RDONLY | O_CLOEXEC);
             if (fd >= 0) {
@@ -152,30 +171,58 @@ int run(const QStringList& args) {
                  }));
     bench::print("messages", static_cast<double>(messages));
 
+    // The scan takes turns with its floor folder by folder, as the clean does below.
+    const std::string floorRoot = QFile::encodeName(floor).toStdString();
+    std::vector<std::string> floorFolders;
+    for (const QString& folderDir : folderDirs()) {
+        std::string path = floorRoot;
+        if (!folderDir.isEmpty()) {
+            path += '/';
+            path += QFile::encodeName(folderDir).toStdString();
+        }
+        floorFolders.push_back(std::move(path));
+    }
     ScanSink sink;
     outlook::StorePtr store;
-    ::sync();
-    bench::print("scan_s", bench::seconds([&] {
-                     store = store::maildir::openMaildirStore(ours);
-                     scan(store->TopFolder(), sink);
-                 }));
-    const std::string floorRoot = QFile::encodeName(floor).toStdString();
+    std::vector<outlook::FolderPtr> folders;
+    Turns scans;
     qint64 bytes = 0;
     ::sync();
-    bench::print("raw_read_s", bench::seconds([&] { bytes = rawRead(floorRoot); }));
+    scans.ours += bench::seconds([&] {
+        store = store::maildir::openMaildirStore(ours);
+        collectFolders(store->TopFolder(), folders);
+    });
+    for (std::size_t k = 0; k < std::max(folders.size(), floorFolders.size()); ++k) {
+        ::sync();
+        scans.ours += bench::seconds([&] {
+            if (k < folders.size()) {
+                scanItems(folders[k], sink);
+            }
+        });
+        ::sync();
+        scans.floor += bench::seconds([&] {
+            if (k < floorFolders.size()) {
+                bytes += rawRead(floorFolders[k]);
+            }
+        });
+    }
+    bench::print("scan_s", scans.ours);
+    bench::print("raw_read_s", scans.floor);
     if (sink.items != messages || bytes <= 0) {
         throw Failure(
             err::kInternal,
             QStringLiteral("The scan saw %1 of %2 messages.").arg(sink.items).arg(messages));
     }
 
-    // The floor moves the same share of the other tree, chosen from its listing.
+    // The floor moves the same share of the other tree, chosen from its listings.
     std::vector<std::pair<std::string, std::string>> floorMoves;
-    for (const char* sub : {"/cur/", "/new/"}) {
-        const std::vector<std::string> names = namesIn(floorRoot + sub);
-        for (std::size_t i = 0; i < names.size(); i += 2) {
-            floorMoves.emplace_back(floorRoot + sub + names[i],
-                                    floorRoot + "/.Trash/cur/" + names[i]);
+    for (const std::string& folder : floorFolders) {
+        for (const char* sub : {"/cur/", "/new/"}) {
+            const std::vector<std::string> names = namesIn(folder + sub);
+            for (std::size_t i = 0; i < names.size(); i += 2) {
+                floorMoves.emplace_back(folder + sub + names[i],
+                                        floorRoot + "/.Trash/cur/" + names[i]);
+            }
         }
     }
     const Turns moves = inTurns(
@@ -192,10 +239,13 @@ int run(const QStringList& args) {
         [&](std::size_t i) { ::unlink(floorMoves[i].second.c_str()); });
     bench::print("delete_s", deletes.ours);
     bench::print("raw_unlink_s", deletes.floor);
-    const long left = store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count();
+    long left = 0;
+    for (const outlook::FolderPtr& folder : folders) {
+        left += folder->Items()->Count();
+    }
     const long inTrash = store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count();
     if (left != messages - static_cast<long>(sink.half.size()) || inTrash != 0) {
-        throw Failure(err::kInternal, QStringLiteral("The clean left %1 in the Inbox and %2 in "
+        throw Failure(err::kInternal, QStringLiteral("The clean left %1 in the folders and %2 in "
                                                      "Deleted Items.")
                                           .arg(left)
                                           .arg(inTrash));
