@@ -4,6 +4,8 @@
 #include <QPair>
 #include <QString>
 
+#include "outlook/item_fields.h"
+
 namespace tf::outlook {
 
 // What the read-only item window shows of one item.
@@ -12,6 +14,10 @@ struct ItemContent {
     QList<QPair<QString, QString>> fields;  // label, value: "From", "Subject", "Received", ...
     QString body;
 };
+
+// What the item window shows of an item with these fields: the caption, the fields its class
+// has, and the body. Every backend's Display shows an item this way.
+ItemContent contentOf(const ItemFields& item);
 
 // The item window of the running program. Item::Display hands the item's content to it.
 class ItemWindow {

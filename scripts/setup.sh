@@ -9,6 +9,7 @@ packages=(
     qt6-base-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     qt6-tools-dev qt6-tools-dev-tools qt6-documentation-tools libqt6help6 libqt6svg6
     libsqlite3-dev
+    libgmime-3.0-dev
 )
 if [[ "${1:-}" == "--tests" ]]; then
     packages+=(googletest libgtest-dev xvfb xauth)

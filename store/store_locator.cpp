@@ -9,12 +9,14 @@
 #include "outlook/session.h"
 #include "store/local/local_store.h"
 #include "store/local/sample_content.h"
+#include "store/maildir/maildir_store.h"
 
 namespace tf::store {
 
 namespace {
 
 const QString kLocalScheme = QStringLiteral("local:");
+const QString kMaildirScheme = QStringLiteral("maildir:");
 
 QString expandHome(const QString& path) {
     if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/"))) {
@@ -38,6 +40,17 @@ QString schemeOf(const QString& location) {
     return location.left(colon + 1).toLower();
 }
 
+// "maildir:~/Mail" or "maildir:~/Mail#Work": the text after the last '#' names the account.
+outlook::StorePtr openMaildir(const QString& rest) {
+    const qsizetype hash = rest.lastIndexOf(QLatin1Char('#'));
+    const QString path = expandHome(hash < 0 ? rest : rest.left(hash));
+    const QString account = hash < 0 ? QString() : rest.mid(hash + 1).trimmed();
+    if (path.isEmpty()) {
+        throw Failure(err::kInvalidArgument, QStringLiteral("No Maildir folder was named."));
+    }
+    return maildir::openMaildirStore(QFileInfo(path).absoluteFilePath(), account);
+}
+
 }  // namespace
 
 std::vector<outlook::StorePtr> openStores(const QString& location) {
@@ -49,9 +62,13 @@ std::vector<outlook::StorePtr> openStores(const QString& location) {
         }
         return local::openLocalStores(QFileInfo(path).absoluteFilePath());
     }
+    if (scheme == kMaildirScheme) {
+        return {openMaildir(location.mid(kMaildirScheme.size()))};
+    }
     throw Failure(err::kInvalidArgument,
                   QStringLiteral("\"%1\" is not a kind of store Tidyfold knows. Name a store file "
-                                 "as local:FILE or as a plain path.")
+                                 "as local:FILE or as a plain path, or a Maildir++ folder as "
+                                 "maildir:FOLDER.")
                       .arg(scheme));
 }
 

@@ -10,8 +10,9 @@
 namespace tf::store {
 
 // Opens the stores at a location as the user writes it: "local:FILE" or a plain FILE path for the
-// embedded store file (which may hold several stores). Throws a Failure that names the location
-// and the reason.
+// embedded store file (which may hold several stores), "maildir:FOLDER" or "maildir:FOLDER#NAME"
+// for a Maildir++ tree (one store, called NAME or after the folder). Throws a Failure that names
+// the location and the reason.
 std::vector<outlook::StorePtr> openStores(const QString& location);
 
 // Where the default store lives: default.tidystore in the user's data folder for Tidyfold.

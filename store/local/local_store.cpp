@@ -437,51 +437,6 @@ class LocalMapiObject : public outlook::MapiObject {
 
 FolderPtr makeFolder(const FilePtr& file, const FolderRow& row);
 
-QString className(long c) {
-    switch (c) {
-        case 26:
-            return QStringLiteral("Appointment");
-        case 40:
-            return QStringLiteral("Contact");
-        case 42:
-            return QStringLiteral("Journal Entry");
-        case 43:
-            return QStringLiteral("Message");
-        case 44:
-            return QStringLiteral("Note");
-        case 45:
-            return QStringLiteral("Post");
-        case 46:
-            return QStringLiteral("Report");
-        case 48:
-            return QStringLiteral("Task");
-        case 49:
-        case 50:
-        case 51:
-        case 52:
-            return QStringLiteral("Task Request");
-        case 53:
-            return QStringLiteral("Meeting Request");
-        case 54:
-            return QStringLiteral("Meeting Cancellation");
-        case 55:
-        case 56:
-        case 57:
-            return QStringLiteral("Meeting Response");
-        case 69:
-            return QStringLiteral("Distribution List");
-        default:
-            return QStringLiteral("Item");
-    }
-}
-
-QString dateText(OleDate date) {
-    if (isNoDate(date)) {
-        return QStringLiteral("None");
-    }
-    return toQDateTime(date).toString(QStringLiteral("yyyy-MM-dd HH:mm"));
-}
-
 class LocalItem : public outlook::Item {
   public:
     LocalItem(FilePtr file, RowPtr row) : file_(std::move(file)), row_(std::move(row)) {}
@@ -534,33 +489,7 @@ class LocalItem : public outlook::Item {
 
     void Delete() override { file_->deleteItem(*row_); }
 
-    void Display() override {
-        outlook::ItemContent content;
-        const long c = row_->itemClass;
-        const QString subject =
-            row_->subject.isEmpty() ? QStringLiteral("(no subject)") : row_->subject;
-        content.caption = subject + QStringLiteral(" - ") + className(c);
-        auto add = [&content](const QString& label, const QString& value) {
-            content.fields.append(qMakePair(label, value));
-        };
-        if (hasSender(c)) {
-            add(QStringLiteral("From"), row_->sender);
-        }
-        add(c == 40 || c == 69 ? QStringLiteral("Name") : QStringLiteral("Subject"), row_->subject);
-        if (hasReceivedTime(c)) {
-            add(QStringLiteral("Received"), dateText(row_->received));
-        }
-        if (hasTaskDates(c)) {
-            add(QStringLiteral("Due"), dateText(row_->due));
-            add(QStringLiteral("Completed"), dateText(row_->completed));
-        }
-        if (hasEnd(c)) {
-            add(QStringLiteral("End"), dateText(row_->end));
-        }
-        add(QStringLiteral("Modified"), dateText(row_->modified));
-        content.body = row_->body;
-        outlook::displayItem(content);
-    }
+    void Display() override { outlook::displayItem(outlook::contentOf(*row_)); }
 
   private:
     FilePtr file_;

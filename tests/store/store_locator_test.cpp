@@ -8,6 +8,8 @@
 #include "common/failure.h"
 #include "outlook/constants.h"
 #include "store/local/sample_content.h"
+#include "store/maildir/maildir_writer.h"
+#include "tests/support/failure_text.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 
@@ -23,14 +25,6 @@ class StoreLocator : public ::testing::Test {
         options.items = 60;
         store::local::writeSampleStoreFile(path, options);
         return path;
-    }
-    static QString failureOf(const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const Failure& failure) {
-            return failure.description();
-        }
-        return {};
     }
 
     TempHome home;
@@ -102,6 +96,28 @@ TEST_F(StoreLocator, ANamedStoreThatFailsIsNamedWithTheReason) {
         << message.toStdString();
     EXPECT_GT(message.size(),
               QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n").arg(missing).size());
+}
+
+TEST_F(StoreLocator, AMaildirIsNamedAfterItsFolderOrTheNameInTheUrl) {
+    store::maildir::MaildirWriter writer(home.file(QStringLiteral("Mail")));
+    writer.addFolder(QStringLiteral(".Archive"));
+    auto plain = store::openStores(QStringLiteral("maildir:~/Mail"));
+    ASSERT_EQ(plain.size(), 1u);
+    EXPECT_EQ(plain[0]->TopFolder()->Name(), QStringLiteral("Mail"));
+    EXPECT_EQ(plain[0]->location(),
+              QStringLiteral("maildir:") + QDir(home.file(QStringLiteral("Mail"))).canonicalPath());
+    auto named = store::openStores(QStringLiteral("maildir:~/Mail#Work"));
+    EXPECT_EQ(named.at(0)->TopFolder()->Name(), QStringLiteral("Work"));
+    EXPECT_EQ(named.at(0)->StoreID(), plain[0]->StoreID());
+
+    EXPECT_TRUE(failureOf([] {
+                    store::openStores(QStringLiteral("maildir:~/NoMail"));
+                }).contains(QStringLiteral("does not exist")));
+    QDir(home.path()).mkpath(QStringLiteral("Plain/sub"));
+    EXPECT_TRUE(failureOf([] {
+                    store::openStores(QStringLiteral("maildir:~/Plain"));
+                }).contains(QStringLiteral("is not a Maildir folder")));
+    EXPECT_FALSE(failureOf([] { store::openStores(QStringLiteral("maildir:")); }).isEmpty());
 }
 
 TEST_F(StoreLocator, UnknownKindsOfStoreAreRefusedPlainly) {

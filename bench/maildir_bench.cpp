@@ -1,0 +1,261 @@
+// tidyfold-bench maildir [--messages N] [--dir DIR]
+// Generates two like Maildir++ trees of N messages in twenty folders. On the first it runs the
+// window's scan (every message's cached fields) and clean (half the messages moved to Deleted Items
+// one by one, then deleted for good from there); on the second it measures the floor of the same
+// work done with plain system calls. Every measurement starts after a sync, so that none of them
+// pays for the write-back of the one before.
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "bench/bench_support.h"
+#include "common/failure.h"
+#include "outlook/constants.h"
+#include "outlook/mapi_utils.h"
+#include "store/maildir/maildir_store.h"
+#include "store/maildir/maildir_writer.h"
+
+namespace {
+
+using namespace tf;
+
+// The tree's folders: the Inbox and nineteen others. The messages are dealt out over them.
+std::vector<QString> folderDirs() {
+    std::vector<QString> dirs{QString()};
+    for (int i = 1; i < 20; ++i) {
+        dirs.push_back(QStringLiteral(".Folder%1").arg(i, 2, 10, QLatin1Char('0')));
+    }
+    return dirs;
+}
+
+// Writes the tree: a third of the messages read, sizes like real mail's.
+void generate(const QString& root, qint64 messages) {
+    store::maildir::MaildirWriter writer(root);
+    writer.addFolder(QStringLiteral(".Trash"));
+    const std::vector<QString> dirs = folderDirs();
+    for (const QString& dir : dirs) {
+        writer.addFolder(dir);
+    }
+    const QString body =
+        QStringLiteral("Hello,\r\n\r\nthe figures for this week are attached. ").repeated(12);
+    const QDateTime start(QDate(2015, 1, 1), QTime(8, 0));
+    for (qint64 i = 0; i < messages; ++i) {
+        store::maildir::MailToWrite mail;
+        mail.subject = QStringLiteral("Weekly report %1 for the team").arg(i);
+        mail.senderName = i % 7 == 0 ? QStringLiteral("Zoë Lefèvre") : QStringLiteral("Ann Jensen");
+        mail.date = start.addSecs(i * 600);
+        mail.messageId = QStringLiteral("bench-%1@example.org").arg(i);
+        mail.body = body;
+        const std::optional<QString> flags =
+            i % 3 == 0 ? std::optional<QString>(QStringLiteral("S")) : std::nullopt;
+        writer.deliver(dirs[static_cast<std::size_t>(i) % dirs.size()],
+                       store::maildir::composeMail(mail), 1420000000 + i, flags);
+    }
+}
+
+struct ScanSink {
+    qint64 items = 0;
+    qint64 chars = 0;
+    double dates = 0;
+    std::vector<QString> half;  // every second EntryID: the messages the clean removes
+};
+
+// What the window's item cache reads of every mail item of a folder.
+void scanItems(const outlook::FolderPtr& folder, ScanSink& sink) {
+    const outlook::TidyMAPIUtils utils;
+    auto items = folder->Items();
+    const long count = items->Count();
+    for (long i = 1; i <= count; ++i) {
+        outlook::ItemPtr item = items->Item(i);
+        sink.chars += item->Class() + item->Subject().size() + item->EntryID().size();
+        sink.chars += utils.HrGetOneProp(item->MAPIOBJECT(), outlook::PR_SENDER_NAME).size();
+        sink.dates += item->ReceivedTime() + (item->UnRead() ? 1 : 0);
+        if (sink.items++ % 2 == 0) {
+            sink.half.push_back(item->EntryID());
+        }
+    }
+}
+
+void collectFolders(const outlook::FolderPtr& folder, std::vector<outlook::FolderPtr>& out) {
+    out.push_back(folder);
+    auto folders = folder->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        collectFolders(folders->Item(i), out);
+    }
+}
+
+std::vector<std::string> namesIn(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* listing = ::opendir(dir.c_str())) {
+        while (const dirent* entry = ::readdir(listing)) {
+            if (entry->d_name[0] != '.') {
+                names.emplace_back(entry->d_name);
+            }
+        }
+        ::closedir(listing);
+    }
+    return names;
+}
+
+// The floor of the scan: list a folder and read the first 4 KB of every message.
+qint64 rawRead(const std::string& folder) {
+    qint64 bytes = 0;
+    char buffer[4096];
+    for (const char* sub : {"/cur/", "/new/"}) {
+        const std::string dir = folder + sub;
+        for (const std::string& name : namesIn(dir)) {
+            const int fd = ::open((dir + name).c_str(), O_RDONLY | O_CLOEXEC);
+            if (fd >= 0) {
+                bytes += ::read(fd, buffer, sizeof buffer);
+                ::close(fd);
+            }
+        }
+    }
+    return bytes;
+}
+
+struct Turns {
+    double ours = 0;
+    double floor = 0;
+};
+
+// Ours and the floor take turns, a fiftieth of the work at a time, each after a sync, so that a
+// change in the load of the machine or the disk during the run weighs on both alike.
+template <typename Ours, typename Floor>
+Turns inTurns(std::size_t oursTotal, std::size_t floorTotal, Ours ours, Floor floor) {
+    constexpr std::size_t kTurns = 50;
+    Turns turns;
+    for (std::size_t k = 0; k < kTurns; ++k) {
+        ::sync();
+        turns.ours += bench::seconds([&] {
+            for (std::size_t i = oursTotal * k / kTurns; i < oursTotal * (k + 1) / kTurns; ++i) {
+                ours(i);
+            }
+        });
+        ::sync();
+        turns.floor += bench::seconds([&] {
+            for (std::size_t i = floorTotal * k / kTurns; i < floorTotal * (k + 1) / kTurns; ++i) {
+                floor(i);
+            }
+        });
+    }
+    return turns;
+}
+
+int run(const QStringList& args) {
+    const bench::Options options(args, {QStringLiteral("messages"), QStringLiteral("dir")});
+    if (!options.valid()) {
+        std::fprintf(stderr, "%s\n", qPrintable(options.error()));
+        return 2;
+    }
+    const qint64 messages = options.number(QStringLiteral("messages"), 10000);
+    const QString base = options.text(
+        QStringLiteral("dir"), QStandardPaths::writableLocation(QStandardPaths::TempLocation));
+    QTemporaryDir dir(QDir(base).filePath(QStringLiteral("tidyfold-bench-XXXXXX")));
+    if (!dir.isValid()) {
+        throw Failure(err::kPermissionDenied,
+                      QStringLiteral("Cannot make a folder in %1.").arg(base));
+    }
+    const QString ours = dir.filePath(QStringLiteral("ours"));
+    const QString floor = dir.filePath(QStringLiteral("floor"));
+    bench::print("generate_s", bench::seconds([&] {
+                     generate(ours, messages);
+                     generate(floor, messages);
+                 }));
+    bench::print("messages", static_cast<double>(messages));
+
+    // The scan takes turns with its floor folder by folder, as the clean does below.
+    const std::string floorRoot = QFile::encodeName(floor).toStdString();
+    std::vector<std::string> floorFolders;
+    for (const QString& folderDir : folderDirs()) {
+        std::string path = floorRoot;
+        if (!folderDir.isEmpty()) {
+            path += '/';
+            path += QFile::encodeName(folderDir).toStdString();
+        }
+        floorFolders.push_back(std::move(path));
+    }
+    ScanSink sink;
+    outlook::StorePtr store;
+    std::vector<outlook::FolderPtr> folders;
+    Turns scans;
+    qint64 bytes = 0;
+    ::sync();
+    scans.ours += bench::seconds([&] {
+        store = store::maildir::openMaildirStore(ours);
+        collectFolders(store->TopFolder(), folders);
+    });
+    for (std::size_t k = 0; k < std::max(folders.size(), floorFolders.size()); ++k) {
+        ::sync();
+        scans.ours += bench::seconds([&] {
+            if (k < folders.size()) {
+                scanItems(folders[k], sink);
+            }
+        });
+        ::sync();
+        scans.floor += bench::seconds([&] {
+            if (k < floorFolders.size()) {
+                bytes += rawRead(floorFolders[k]);
+            }
+        });
+    }
+    bench::print("scan_s", scans.ours);
+    bench::print("raw_read_s", scans.floor);
+    if (sink.items != messages || bytes <= 0) {
+        throw Failure(
+            err::kInternal,
+            QStringLiteral("The scan saw %1 of %2 messages.").arg(sink.items).arg(messages));
+    }
+
+    // The floor moves the same share of the other tree, chosen from its listings.
+    std::vector<std::pair<std::string, std::string>> floorMoves;
+    for (const std::string& folder : floorFolders) {
+        for (const char* sub : {"/cur/", "/new/"}) {
+            const std::vector<std::string> names = namesIn(folder + sub);
+            for (std::size_t i = 0; i < names.size(); i += 2) {
+                floorMoves.emplace_back(folder + sub + names[i],
+                                        floorRoot + "/.Trash/cur/" + names[i]);
+            }
+        }
+    }
+    const Turns moves = inTurns(
+        sink.half.size(), floorMoves.size(),
+        [&](std::size_t i) { store->GetItemFromID(sink.half[i])->Delete(); },
+        [&](std::size_t i) {
+            ::rename(floorMoves[i].first.c_str(), floorMoves[i].second.c_str());
+        });
+    bench::print("move_s", moves.ours);
+    bench::print("raw_rename_s", moves.floor);
+    const Turns deletes = inTurns(
+        sink.half.size(), floorMoves.size(),
+        [&](std::size_t i) { store->GetItemFromID(sink.half[i])->Delete(); },
+        [&](std::size_t i) { ::unlink(floorMoves[i].second.c_str()); });
+    bench::print("delete_s", deletes.ours);
+    bench::print("raw_unlink_s", deletes.floor);
+    long left = 0;
+    for (const outlook::FolderPtr& folder : folders) {
+        left += folder->Items()->Count();
+    }
+    const long inTrash = store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count();
+    if (left != messages - static_cast<long>(sink.half.size()) || inTrash != 0) {
+        throw Failure(err::kInternal, QStringLiteral("The clean left %1 in the folders and %2 in "
+                                                     "Deleted Items.")
+                                          .arg(left)
+                                          .arg(inTrash));
+    }
+    bench::print("doveadm", QStringLiteral("not installed; no doveadm figures"));
+    bench::print("peak_rss_mb", bench::peakRssMb());
+    return 0;
+}
+
+const bool registered = bench::addCommand(
+    {QStringLiteral("maildir"), QStringLiteral("[--messages N] [--dir DIR]"), run});
+
+}  // namespace

@@ -1,0 +1,318 @@
+#include "store/maildir/message_headers.h"
+
+#include <unistd.h>
+
+// GLib names a struct member "signals", which Qt defines as a keyword.
+#undef signals
+#include <gmime/gmime.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <mutex>
+
+#include "common/failure.h"
+
+// GLib's type-check macros are C casts.
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+
+namespace tf::store::maildir {
+
+namespace {
+
+void ensureGMime() {
+    static std::once_flag once;
+    std::call_once(once, [] { g_mime_init(); });
+}
+
+struct GFreeDeleter {
+    void operator()(char* text) const { g_free(text); }
+};
+using GText = std::unique_ptr<char, GFreeDeleter>;
+
+struct UnrefDeleter {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+template <typename T>
+using GRef = std::unique_ptr<T, UnrefDeleter>;
+
+QString fromGText(const GText& text) {
+    return text ? QString::fromUtf8(text.get()) : QString();
+}
+
+bool isPlainAscii(const QByteArray& text) {
+    for (char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80 || c == '\0') {
+            return false;
+        }
+    }
+    return !text.contains("=?");
+}
+
+QString decodeText(const QByteArray& value) {
+    if (isPlainAscii(value)) {
+        return QString::fromLatin1(value);
+    }
+    ensureGMime();
+    return fromGText(GText(g_mime_utils_header_decode_text(nullptr, value.constData())));
+}
+
+bool isSpecial(char c) {
+    return std::strchr("\"(),:;<>@[\\]", c) != nullptr;
+}
+
+// The common plain forms, read without GMime: "Name <addr>", "\"Name\" <addr>" and "addr".
+std::optional<QString> plainSender(const QByteArray& value) {
+    if (!isPlainAscii(value)) {
+        return std::nullopt;
+    }
+    const qsizetype open = value.indexOf('<');
+    if (open < 0) {
+        for (char c : value) {
+            if (c == ' ' || c == '\t' || (isSpecial(c) && c != '@')) {
+                return std::nullopt;
+            }
+        }
+        return QString::fromLatin1(value);
+    }
+    if (!value.endsWith('>') || value.indexOf('>') != value.size() - 1 ||
+        value.indexOf('<', open + 1) >= 0) {
+        return std::nullopt;
+    }
+    QByteArray name = value.left(open).trimmed();
+    if (name.size() >= 2 && name.startsWith('"') && name.endsWith('"')) {
+        name = name.mid(1, name.size() - 2);
+        if (name.contains('"') || name.contains('\\')) {
+            return std::nullopt;
+        }
+    } else {
+        for (char c : name) {
+            if (isSpecial(c)) {
+                return std::nullopt;
+            }
+        }
+    }
+    name = name.simplified();
+    const QByteArray address = value.mid(open + 1, value.size() - open - 2).trimmed();
+    return QString::fromLatin1(name.isEmpty() ? address : name);
+}
+
+QString decodeSender(const QByteArray& value) {
+    if (std::optional<QString> plain = plainSender(value)) {
+        return *plain;
+    }
+    ensureGMime();
+    GRef<InternetAddressList> list(internet_address_list_parse(nullptr, value.constData()));
+    InternetAddress* first = nullptr;
+    if (list && internet_address_list_length(list.get()) > 0) {
+        first = internet_address_list_get_address(list.get(), 0);
+        if (INTERNET_ADDRESS_IS_GROUP(first)) {
+            InternetAddressList* members =
+                internet_address_group_get_members(INTERNET_ADDRESS_GROUP(first));
+            first = internet_address_list_length(members) > 0
+                        ? internet_address_list_get_address(members, 0)
+                        : nullptr;
+        }
+    }
+    if (first == nullptr) {
+        return decodeText(value);
+    }
+    const char* name = internet_address_get_name(first);
+    if (name != nullptr && *name != '\0') {
+        return QString::fromUtf8(name);
+    }
+    if (INTERNET_ADDRESS_IS_MAILBOX(first)) {
+        return QString::fromUtf8(
+            internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(first)));
+    }
+    return decodeText(value);
+}
+
+std::optional<qint64> decodeDate(const QByteArray& value) {
+    ensureGMime();
+    GDateTime* parsed = g_mime_utils_header_decode_date(value.constData());
+    if (parsed == nullptr) {
+        return std::nullopt;
+    }
+    const qint64 seconds = g_date_time_to_unix(parsed);
+    g_date_time_unref(parsed);
+    // Years 1 to 9999: what a QDateTime and the store's dates can hold.
+    constexpr qint64 kFirst = -62135596800LL;
+    constexpr qint64 kLast = 253402300799LL;
+    if (seconds < kFirst || seconds > kLast) {
+        return std::nullopt;
+    }
+    return seconds;
+}
+
+bool sameName(QByteArrayView line, qsizetype colon, const char* name) {
+    const auto length = static_cast<qsizetype>(std::strlen(name));
+    qsizetype end = colon;
+    while (end > 0 && (line[end - 1] == ' ' || line[end - 1] == '\t')) {
+        --end;
+    }
+    return end == length && qstrnicmp(line.data(), name, static_cast<uint>(length)) == 0;
+}
+
+}  // namespace
+
+MessageHeaders parseHeaders(const QByteArray& block) {
+    QByteArray subject;
+    QByteArray from;
+    QByteArray date;
+    bool haveSubject = false;
+    bool haveFrom = false;
+    bool haveDate = false;
+    QByteArray* current = nullptr;  // the wanted header being unfolded, if any
+    qsizetype start = 0;
+    bool first = true;
+    const QByteArrayView all(block);
+    while (start < all.size()) {
+        qsizetype end = block.indexOf('\n', start);
+        if (end < 0) {
+            end = all.size();
+        }
+        QByteArrayView line = all.sliced(start, end - start);
+        start = end + 1;
+        if (line.endsWith('\r')) {
+            line.chop(1);
+        }
+        if (line.isEmpty()) {
+            break;
+        }
+        if (line[0] == ' ' || line[0] == '\t') {
+            if (current != nullptr) {
+                current->append(line);
+            }
+            continue;
+        }
+        current = nullptr;
+        const qsizetype colon = line.indexOf(':');
+        if (colon <= 0) {
+            if (first) {
+                break;  // no header block at all
+            }
+            continue;
+        }
+        first = false;
+        const QByteArrayView value = line.sliced(colon + 1);
+        if (!haveSubject && sameName(line, colon, "subject")) {
+            haveSubject = true;
+            subject = value.toByteArray();
+            current = &subject;
+        } else if (!haveFrom && sameName(line, colon, "from")) {
+            haveFrom = true;
+            from = value.toByteArray();
+            current = &from;
+        } else if (!haveDate && sameName(line, colon, "date")) {
+            haveDate = true;
+            date = value.toByteArray();
+            current = &date;
+        }
+    }
+    MessageHeaders headers;
+    headers.subject = decodeText(subject.trimmed());
+    if (haveFrom) {
+        headers.sender = decodeSender(from.trimmed());
+    }
+    if (haveDate) {
+        headers.date = decodeDate(date.trimmed());
+    }
+    return headers;
+}
+
+QByteArray readHeaderBlock(int fd, const QString& path, qsizetype limit) {
+    QByteArray block;
+    qsizetype chunk = 4096;
+    qsizetype searched = 0;
+    while (block.size() < limit) {
+        const qsizetype want = std::min(chunk, limit - block.size());
+        const qsizetype had = block.size();
+        block.resize(had + want);
+        ssize_t got = 0;
+        do {
+            got = ::read(fd, block.data() + had, static_cast<size_t>(want));
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) {
+            throw Failure(err::kPermissionDenied,
+                          QStringLiteral("The message %1 cannot be read (%2).")
+                              .arg(path, QString::fromLocal8Bit(std::strerror(errno))));
+        }
+        block.resize(had + got);
+        // The blank line may straddle two chunks: look again from a little before the new part.
+        const qsizetype from = std::max<qsizetype>(0, searched - 3);
+        // The first blank line, whichever line ending it has.
+        qsizetype blank = -1;
+        for (const char* mark : {"\n\n", "\n\r\n"}) {
+            const qsizetype at = block.indexOf(mark, from);
+            if (at >= 0 && (blank < 0 || at < blank)) {
+                blank = at;
+            }
+        }
+        if (blank >= 0) {
+            block.truncate(blank + 1);
+            return block;
+        }
+        searched = block.size();
+        if (got < want) {
+            break;
+        }
+        chunk *= 2;
+    }
+    return block;
+}
+
+QString messageBodyText(const QByteArray& message) {
+    ensureGMime();
+    GRef<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(
+        message.constData(), static_cast<size_t>(message.size())));
+    GRef<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+    GRef<GMimeMessage> parsed(g_mime_parser_construct_message(parser.get(), nullptr));
+    GMimeObject* top = parsed ? g_mime_message_get_mime_part(parsed.get()) : nullptr;
+    GMimeTextPart* anyText = nullptr;
+    GMimeTextPart* plain = nullptr;
+    auto consider = [&](GMimeObject* part) {
+        if (part == nullptr || !GMIME_IS_TEXT_PART(part)) {
+            return;
+        }
+        auto* text = GMIME_TEXT_PART(part);
+        if (anyText == nullptr) {
+            anyText = text;
+        }
+        if (plain == nullptr &&
+            g_mime_content_type_is_type(g_mime_object_get_content_type(part), "text", "plain")) {
+            plain = text;
+        }
+    };
+    consider(top);
+    if (top != nullptr && GMIME_IS_MULTIPART(top)) {
+        GMimePartIter* iter = g_mime_part_iter_new(top);
+        for (bool more = g_mime_part_iter_is_valid(iter); more && plain == nullptr;
+             more = g_mime_part_iter_next(iter)) {
+            consider(g_mime_part_iter_get_current(iter));
+        }
+        g_mime_part_iter_free(iter);
+    }
+    if (GMimeTextPart* chosen = plain != nullptr ? plain : anyText) {
+        return fromGText(GText(g_mime_text_part_get_text(chosen)));
+    }
+    const qsizetype blank = message.indexOf("\n\n");
+    return QString::fromUtf8(blank < 0 ? message : message.mid(blank + 2));
+}
+
+QByteArray encodeSubject(const QString& subject) {
+    ensureGMime();
+    const QByteArray utf8 = subject.toUtf8();
+    GText encoded(g_mime_utils_header_encode_text(nullptr, utf8.constData(), nullptr));
+    return encoded ? QByteArray(encoded.get()) : utf8;
+}
+
+QByteArray encodeMailbox(const QString& name, const QString& address) {
+    ensureGMime();
+    GRef<InternetAddress> mailbox(
+        internet_address_mailbox_new(name.toUtf8().constData(), address.toUtf8().constData()));
+    GText text(internet_address_to_string(mailbox.get(), nullptr, TRUE));
+    return text ? QByteArray(text.get()) : address.toUtf8();
+}
+
+}  // namespace tf::store::maildir

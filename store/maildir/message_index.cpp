@@ -1,0 +1,120 @@
+#include "store/maildir/message_index.h"
+
+#include <algorithm>
+
+#include "store/maildir/maildir_names.h"
+
+namespace tf::store::maildir {
+
+const IndexEntry& MessageIndex::at(long position) const {
+    // Walk down the tree to the slot with exactly position live slots before it.
+    std::size_t slot = 0;
+    auto remaining = static_cast<int>(position);
+    std::size_t step = 1;
+    while (step * 2 < live_tree_.size()) {
+        step *= 2;
+    }
+    for (; step > 0; step /= 2) {
+        if (slot + step < live_tree_.size() && live_tree_[slot + step] <= remaining) {
+            slot += step;
+            remaining -= live_tree_[slot];
+        }
+    }
+    return slots_[slot].entry;
+}
+
+const IndexEntry* MessageIndex::find(const std::string& unique) const {
+    auto found = slotOf_.find(unique);
+    return found == slotOf_.end() ? nullptr : &slots_[found->second].entry;
+}
+
+void MessageIndex::mark(std::size_t slot, int delta) {
+    for (std::size_t i = slot + 1; i < live_tree_.size(); i += i & (~i + 1)) {
+        live_tree_[i] += delta;
+    }
+}
+
+void MessageIndex::rebuild() {
+    std::vector<Slot> kept;
+    kept.reserve(live_ * 2 + 16);
+    for (Slot& slot : slots_) {
+        if (slot.live) {
+            slotOf_[slot.entry.unique] = kept.size();
+            kept.push_back(std::move(slot));
+        }
+    }
+    slots_ = std::move(kept);
+    live_tree_.assign(slots_.capacity() + 1, 0);
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        mark(i, 1);
+    }
+}
+
+void MessageIndex::append(IndexEntry entry) {
+    if (slotOf_.count(entry.unique) != 0) {
+        return;
+    }
+    if (slots_.size() + 1 >= live_tree_.size()) {
+        rebuild();  // the tree covers the slots' capacity: grow both together
+    }
+    slotOf_.emplace(entry.unique, slots_.size());
+    slots_.push_back({std::move(entry), true});
+    mark(slots_.size() - 1, 1);
+    ++live_;
+}
+
+void MessageIndex::erase(const std::string& unique) {
+    auto found = slotOf_.find(unique);
+    if (found == slotOf_.end()) {
+        return;
+    }
+    const std::size_t slot = found->second;
+    slotOf_.erase(found);
+    slots_[slot] = {};
+    slots_[slot].live = false;
+    mark(slot, -1);
+    --live_;
+    // Dead slots are dropped once they outnumber the live ones, which keeps removal O(1)
+    // amortised on top of the tree's O(log n).
+    if (slots_.size() > 4096 && live_ * 2 < slots_.size()) {
+        rebuild();
+    }
+}
+
+void MessageIndex::merge(std::vector<IndexEntry> listing) {
+    std::vector<bool> seen(slots_.size(), false);  // by slot
+    std::vector<IndexEntry> arrived;
+    for (IndexEntry& entry : listing) {
+        auto found = slotOf_.find(entry.unique);
+        if (found == slotOf_.end()) {
+            arrived.push_back(std::move(entry));
+            continue;
+        }
+        seen[found->second] = true;
+        slots_[found->second].entry = std::move(entry);
+    }
+    std::vector<std::string> vanished;
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        if (slots_[i].live && !seen[i]) {
+            vanished.push_back(slots_[i].entry.unique);
+        }
+    }
+    for (const std::string& unique : vanished) {
+        erase(unique);
+    }
+    std::vector<std::pair<DeliveryKey, std::size_t>> order;
+    order.reserve(arrived.size());
+    for (std::size_t i = 0; i < arrived.size(); ++i) {
+        order.emplace_back(deliveryKey(arrived[i].unique), i);
+    }
+    std::sort(order.begin(), order.end(), [&arrived](const auto& a, const auto& b) {
+        return a.first != b.first ? a.first < b.first
+                                  : arrived[a.second].unique < arrived[b.second].unique;
+    });
+    slotOf_.reserve(slotOf_.size() + arrived.size());
+    for (const auto& [key, i] : order) {
+        append(std::move(arrived[i]));
+    }
+}
+
+}  // namespace tf::store::maildir

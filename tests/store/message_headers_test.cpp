@@ -1,0 +1,74 @@
+// Reading a message's header block from its file and taking the wanted headers out of it.
+#include "store/maildir/message_headers.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "tests/support/qt_printers.h"
+
+namespace tf::store::maildir {
+namespace {
+
+// The header block of bytes as read from a file.
+QByteArray headerBlockOf(const QByteArray& bytes, qsizetype limit = 4 << 20) {
+    const int fd = ::memfd_create("message", MFD_CLOEXEC);
+    EXPECT_GE(fd, 0);
+    EXPECT_EQ(::write(fd, bytes.constData(), static_cast<size_t>(bytes.size())), bytes.size());
+    ::lseek(fd, 0, SEEK_SET);
+    QByteArray block = readHeaderBlock(fd, QStringLiteral("test"), limit);
+    ::close(fd);
+    return block;
+}
+
+TEST(MessageHeaders, TheBlockEndsAtTheFirstBlankLineWhateverItsLineEnding) {
+    EXPECT_EQ(headerBlockOf("A: b\r\nC: d\r\n\r\nbody\n\nmore\n"), QByteArray("A: b\r\nC: d\r\n"));
+    EXPECT_EQ(headerBlockOf("A: b\nC: d\n\nbody\r\n\r\n"), QByteArray("A: b\nC: d\n"));
+    EXPECT_EQ(headerBlockOf("A: b\n"), QByteArray("A: b\n"));
+    EXPECT_EQ(headerBlockOf(""), QByteArray());
+}
+
+TEST(MessageHeaders, ABlankLineAcrossTwoReadsIsFoundAndALimitStopsTheRead) {
+    for (qsizetype length : {4093, 4094, 4095, 4096, 4097, 8190, 8191}) {
+        const QByteArray header = "X: " + QByteArray(length - 4, 'x') + "\n";
+        ASSERT_EQ(header.size(), length);
+        EXPECT_EQ(headerBlockOf(header + "\r\nbody " + QByteArray(9000, 'b')), header) << length;
+        EXPECT_EQ(headerBlockOf(header + "\nbody " + QByteArray(9000, 'b')), header) << length;
+    }
+    const QByteArray endless = QByteArray("Subject: x\n").repeated(2000);
+    EXPECT_EQ(headerBlockOf(endless, 6000), endless.left(6000));
+}
+
+TEST(MessageHeaders, TheFirstOfEachHeaderCountsWhateverTheCaseOfItsName) {
+    const MessageHeaders headers = parseHeaders(
+        "Received: from x\n\tby y\nsubject : first\nSubject: second\nFROM: A <a@x>\n"
+        "From: B <b@x>\nDate: Thu, 01 Jan 2004 00:00:00 +0000\n\nSubject: in the body\n");
+    EXPECT_EQ(headers.subject, QStringLiteral("first"));
+    EXPECT_EQ(headers.sender, QStringLiteral("A"));
+    EXPECT_EQ(headers.date, 1072915200);
+}
+
+TEST(MessageHeaders, SendersInEveryCommonForm) {
+    auto sender = [](const char* from) {
+        return parseHeaders(QByteArray("From: ") + from + "\n\n").sender;
+    };
+    EXPECT_EQ(sender("Ann Jensen <ann@example.org>"), QStringLiteral("Ann Jensen"));
+    EXPECT_EQ(sender("\"Jensen, Ann\" <ann@example.org>"), QStringLiteral("Jensen, Ann"));
+    EXPECT_EQ(sender("<ann@example.org>"), QStringLiteral("ann@example.org"));
+    EXPECT_EQ(sender("ann@example.org"), QStringLiteral("ann@example.org"));
+    EXPECT_EQ(sender("ann@example.org (Ann Jensen)"), QStringLiteral("Ann Jensen"));
+    EXPECT_EQ(sender("=?utf-8?q?Zo=C3=AB?= <z@example.org>"), QStringLiteral("Zoë"));
+    EXPECT_EQ(sender("Team: Ann <ann@example.org>, Bob <bob@example.org>;"), QStringLiteral("Ann"));
+    EXPECT_EQ(parseHeaders("Subject: none\n\n").sender, QString());
+}
+
+TEST(MessageHeaders, NoHeaderBlockAtAllGivesNothing) {
+    const MessageHeaders headers = parseHeaders("Hello there, Subject: not a header\n\n");
+    EXPECT_EQ(headers.subject, QString());
+    EXPECT_EQ(headers.sender, QString());
+    EXPECT_FALSE(headers.date);
+    EXPECT_FALSE(parseHeaders("Date: 31 Feb 20x4 99:99\n\n").date);
+}
+
+}  // namespace
+}  // namespace tf::store::maildir
