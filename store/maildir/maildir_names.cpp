@@ -41,6 +41,11 @@ MessageName splitMessageName(std::string_view fileName) {
 }
 
 QString entryIdOf(const std::string& unique) {
+    // Nearly every name is plain ASCII: that is its own EntryID with no check of UTF-8.
+    if (std::all_of(unique.begin(), unique.end(),
+                    [](char c) { return static_cast<unsigned char>(c) < 0x80 && c != '%'; })) {
+        return QString::fromLatin1(unique.data(), static_cast<qsizetype>(unique.size()));
+    }
     const QByteArray bytes = QByteArray::fromStdString(unique);
     if (!bytes.contains('%')) {
         const QString text = QString::fromUtf8(bytes);
