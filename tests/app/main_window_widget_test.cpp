@@ -227,4 +227,3 @@ TEST_F(MainWindowWidgets, ASubjectTypedAndEnteredFiltersTheGrid) {
 
 }  // namespace
 }  // namespace tf::testing
-
