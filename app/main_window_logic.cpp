@@ -55,8 +55,7 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
                                    WindowShell& shell, ApplicationSource& source)
     : errors(prompter),
       controls(mainWindowControlNames()),
-      treeBuilder(FolderTreeWindow{errors, prompter, yield, messageWindow, tree, records, grid,
-                                   controls, colours}),
+      treeBuilder(parts(prompter, yield), messageWindow),
       deletedItems(errors, tree, records, treeBuilder, controls),
       filters(controls, tree, records),
       gridLogic(parts(prompter, yield), treeBuilder, filters, deletedItems),

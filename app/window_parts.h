@@ -9,9 +9,15 @@
 #include "grid/items_grid.h"
 #include "outlook/folder_data.h"
 #include "outlook/folder_tree.h"
-#include "outlook/folder_tree_builder.h"
 
 namespace tf {
+
+// The colours the window paints rows and nodes with, set at start-up.
+struct WindowColours {
+    ColorRef highlight = 0x00FFFF00;         // selected grid rows
+    ColorRef unloaded = rgb(150, 150, 255);  // a folder whose items are not all cached
+    ColorRef loaded = 0;                     // a fully cached folder
+};
 
 // The main window's shared state and interfaces, as the parts of its logic reach them.
 struct WindowParts {

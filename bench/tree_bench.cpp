@@ -77,8 +77,11 @@ int main(int argc, char* argv[]) {
         ItemsGrid grid;
         Controls controls({QStringLiteral("lblCurrentFolder")});
         WindowColours colours;
-        FolderTreeBuilder builder(FolderTreeWindow{errors, silent, silent, silent, tree, records,
-                                                   grid, controls, colours});
+        WindowFlags flags;
+        StatusPanels status;
+        FolderTreeBuilder builder(WindowParts{errors, silent, silent, tree, records, grid, controls,
+                                              colours, flags, status},
+                                  silent);
 
         QElapsedTimer timer;
         timer.start();

@@ -42,8 +42,8 @@ int FolderTreeBuilder::Get_Node_Index(int node) const {
 
 void FolderTreeBuilder::Build_Folder_Tree() {
     w_.errors.run(QStringLiteral("Build_Folder_Tree"), [&](Procedure& p) {
-        w_.messageWindow.setText(pleaseWaitText(QStringLiteral("Building Folder Tree.")));
-        w_.messageWindow.show();
+        messageWindow_.setText(pleaseWaitText(QStringLiteral("Building Folder Tree.")));
+        messageWindow_.show();
 
         w_.tree.setVisible(false);
         severalStores_ = false;

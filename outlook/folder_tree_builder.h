@@ -1,36 +1,10 @@
 #pragma once
 
-#include "app/controls.h"
+#include "app/window_parts.h"
 #include "common/message_window.h"
-#include "common/prompter.h"
-#include "common/yield.h"
-#include "errors/error_trap.h"
-#include "grid/items_grid.h"
-#include "outlook/folder_data.h"
-#include "outlook/folder_tree.h"
 #include "outlook/object_model.h"
 
 namespace tf {
-
-// The colours the window paints rows and nodes with, set at start-up.
-struct WindowColours {
-    ColorRef highlight = 0x00FFFF00;         // selected grid rows
-    ColorRef unloaded = rgb(150, 150, 255);  // a folder whose items are not all cached
-    ColorRef loaded = 0;                     // a fully cached folder
-};
-
-// What the folder tree's logic works on: the window's shared state and its interfaces.
-struct FolderTreeWindow {
-    ErrorContext& errors;
-    Prompter& prompter;
-    Yield& yield;
-    MessageWindow& messageWindow;
-    FolderTree& tree;
-    FolderRecords& records;
-    ItemsGrid& grid;
-    Controls& controls;
-    const WindowColours& colours;
-};
 
 // Builds the folder tree from the open stores, one FolderData record per node, and keeps the
 // nodes' captions.
@@ -39,7 +13,8 @@ class FolderTreeBuilder {
     static inline const QString kRootKey = QStringLiteral("OUTLOOK");
     static inline const QString kRootName = QStringLiteral("Outlook");
 
-    explicit FolderTreeBuilder(FolderTreeWindow window) : w_(window) {}
+    FolderTreeBuilder(WindowParts parts, MessageWindow& messageWindow)
+        : w_(parts), messageWindow_(messageWindow) {}
 
     void setNameSpace(outlook::NameSpacePtr nameSpace) { nameSpace_ = std::move(nameSpace); }
     const outlook::NameSpacePtr& nameSpace() const { return nameSpace_; }
@@ -60,7 +35,8 @@ class FolderTreeBuilder {
     static bool Check_Default_Folder(const outlook::FolderPtr& folder);
 
   private:
-    FolderTreeWindow w_;
+    WindowParts w_;
+    MessageWindow& messageWindow_;
     outlook::NameSpacePtr nameSpace_;
     bool severalStores_ = false;
 };

@@ -18,8 +18,9 @@ class TreeFixture : public ::testing::Test {
         : errors(prompter),
           controls({QStringLiteral("lblCurrentFolder")}),
           messageWindow(log),
-          builder(FolderTreeWindow{errors, prompter, yield, messageWindow, tree, records, grid,
-                                   controls, colours}) {}
+          builder(WindowParts{errors, prompter, yield, tree, records, grid, controls, colours,
+                              flags, status},
+                  messageWindow) {}
 
     void open(std::vector<outlook::StorePtr> stores) {
         session = std::make_shared<outlook::Session>(std::move(stores));
@@ -47,6 +48,8 @@ class TreeFixture : public ::testing::Test {
     ItemsGrid grid;
     Controls controls;
     WindowColours colours;
+    WindowFlags flags;
+    StatusPanels status;
     RecordingMessageWindow messageWindow;
     FolderTreeBuilder builder;
     std::shared_ptr<outlook::Session> session;
