@@ -523,6 +523,15 @@ QString GridLogic::typeName(std::int32_t itemClass) {
     return QStringLiteral("Undefined - ") + QString::number(itemClass);
 }
 
+bool GridLogic::sortNumber(const GridRow& row, GridField field, double& number) const {
+    const ItemData* item = field == kFieldDate ? itemOf(row) : nullptr;
+    if (item == nullptr) {
+        return false;
+    }
+    number = datePart(item->ItemDate);
+    return true;
+}
+
 QString GridLogic::cell(const GridRow& row, GridField field) const {
     const ItemData* item = itemOf(row);
     if (item == nullptr) {

@@ -71,6 +71,8 @@ class GridLogic : public GridCellSource {
 
     // GridCellSource
     QString cell(const GridRow& row, GridField field) const override;
+    // Dates: the day number orders as "yyyy-mm-dd" does.
+    bool sortNumber(const GridRow& row, GridField field, double& number) const override;
 
   private:
     const ItemData* itemOf(const GridRow& row) const;

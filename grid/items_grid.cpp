@@ -126,19 +126,33 @@ void ItemsGrid::Sort(int col, int mode) {
     if (mode != kSortStringAscending && mode != kSortStringDescending) {
         throw Failure(err::kInvalidArgument, QStringLiteral("Invalid property value"));
     }
-    // Each row's text is made once; the comparisons then work on the texts alone.
-    std::vector<QString> texts(rows_.size());
-    for (std::size_t i = 0; i < rows_.size(); ++i) {
-        texts[i] = TextMatrix(static_cast<int>(i) + 1, col);
-    }
     std::vector<std::size_t> order(rows_.size());
     std::iota(order.begin(), order.end(), 0);
-    if (mode == kSortStringAscending) {
-        std::stable_sort(order.begin(), order.end(),
-                         [&](std::size_t a, std::size_t b) { return texts[a] < texts[b]; });
+    const auto sortBy = [&](const auto& keys) {
+        if (mode == kSortStringAscending) {
+            std::stable_sort(order.begin(), order.end(),
+                             [&](std::size_t a, std::size_t b) { return keys[a] < keys[b]; });
+        } else {
+            std::stable_sort(order.begin(), order.end(),
+                             [&](std::size_t a, std::size_t b) { return keys[b] < keys[a]; });
+        }
+    };
+    std::vector<double> numbers(rows_.size());
+    bool numeric = source_ != nullptr && col >= 2;
+    for (std::size_t i = 0; numeric && i < rows_.size(); ++i) {
+        numeric = rows_[i].item >= 1 &&
+                  source_->sortNumber(rows_[i], columns_[static_cast<std::size_t>(col)].field,
+                                      numbers[i]);
+    }
+    if (numeric) {
+        sortBy(numbers);
     } else {
-        std::stable_sort(order.begin(), order.end(),
-                         [&](std::size_t a, std::size_t b) { return texts[b] < texts[a]; });
+        // Each row's text is made once; the comparisons then work on the texts alone.
+        std::vector<QString> texts(rows_.size());
+        for (std::size_t i = 0; i < rows_.size(); ++i) {
+            texts[i] = TextMatrix(static_cast<int>(i) + 1, col);
+        }
+        sortBy(texts);
     }
     std::vector<GridRow> sorted;
     sorted.reserve(rows_.size());

@@ -43,6 +43,11 @@ class GridCellSource {
   public:
     virtual ~GridCellSource() = default;
     virtual QString cell(const GridRow& row, GridField field) const = 0;
+    // A number that orders rows exactly as the field's text does, where the field has one; the
+    // sort then compares numbers instead of making and comparing every row's text.
+    virtual bool sortNumber(const GridRow& /*row*/, GridField /*field*/, double& /*number*/) const {
+        return false;
+    }
 };
 
 // Told about changes so that a view can follow them. While redraw is off nothing is told; turning

@@ -245,6 +245,35 @@ TEST_F(GridRules, SelectByRowWaitsForItsFoldersToLoad) {
                                           "loaded.")}));
 }
 
+TEST_F(GridRules, TheDateColumnSortsAsItsTextDoesBothWays) {
+    auto s = MemoryStore::withDefaultFolders(QStringLiteral("P"), QStringLiteral("S"));
+    const std::vector<OleDate> dates = {dateSerial(2020, 5, 1) + 0.9, dateSerial(1999, 12, 31),
+                                        dateSerial(2020, 5, 1) + 0.1, dateSerial(2101, 1, 2),
+                                        dateSerial(1900, 3, 1),       kNoDate};
+    for (const OleDate date : dates) {
+        outlook::ItemFields fields;
+        fields.received = date;
+        s->addItem(s->folder(QStringLiteral("Inbox")), fields);
+    }
+    open({s});
+    ASSERT_TRUE(logic.Form_Load());
+    const int date = columnHeaded(QStringLiteral("Date"));
+    for (const bool ascending : {true, false}) {
+        if (logic.gridLogic.sortAscending() != ascending) {
+            logic.gridLogic.sortByColumn(date);
+        }
+        ASSERT_EQ(logic.gridLogic.sortAscending(), ascending);
+        QStringList expected = column(date);
+        std::sort(expected.begin(), expected.end());
+        if (!ascending) {
+            std::reverse(expected.begin(), expected.end());
+        }
+        EXPECT_EQ(column(date), expected);
+        EXPECT_EQ(column(date).first(),
+                  ascending ? QStringLiteral("1900-03-01") : QStringLiteral("4501-01-01"));
+    }
+}
+
 TEST_F(GridRules, TheSelectedTotalGoesToTheStatusBar) {
     open({storeWithInbox(3)});
     ASSERT_TRUE(logic.Form_Load());
