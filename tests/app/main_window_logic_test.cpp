@@ -4,6 +4,7 @@
 
 #include "outlook/session.h"
 #include "tests/support/memory_store.h"
+#include "tests/support/place_control.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/window_fakes.h"
 #include "tests/support/window_fixture.h"
@@ -16,12 +17,7 @@ class MainWindowLogic : public WindowFixture {
     void useStore(const std::shared_ptr<MemoryStore>& store) { open({store}); }
     static std::shared_ptr<MemoryStore> store() { return storeWithInbox(4); }
     void place(const QString& name, double left, double top, double width, double height) {
-        logic.controls.update(name, [&](ControlState& c) {
-            c.left = left;
-            c.top = top;
-            c.width = width;
-            c.height = height;
-        });
+        testing::place(logic.controls, name, left, top, width, height);
     }
     const ControlState& control(const QString& name) { return logic.controls[name]; }
 };
