@@ -48,7 +48,11 @@ QStringList mainWindowControlNames() {
             QStringLiteral("linOptions1"),
             QStringLiteral("linOptions2"),
             QStringLiteral("sbStatusBar"),
-            QStringLiteral("mnuUnmark")};
+            QStringLiteral("mnuRun"),
+            QStringLiteral("mnuRefresh"),
+            QStringLiteral("mnuRefreshCurrent"),
+            QStringLiteral("mnuUnmark"),
+            QStringLiteral("mnuResetOptions")};
 }
 
 RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWindow& messageWindow,
@@ -61,8 +65,11 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
       gridLogic(parts(prompter, yield), treeBuilder, filters, deletedItems),
       cache(parts(prompter, yield), treeBuilder, gridLogic),
       reload(parts(prompter, yield), treeBuilder, gridLogic),
-      enabling(controls, tree, gridLogic),
+      enabling(parts(prompter, yield), gridLogic),
       options(parts(prompter, yield), gridLogic, enabling),
+      marking(parts(prompter, yield), treeBuilder, deletedItems, gridLogic, reload, enabling),
+      processing(parts(prompter, yield), marking, treeBuilder, deletedItems, gridLogic, enabling),
+      rows(parts(prompter, yield), gridLogic, enabling),
       splitters(errors, controls),
       help(errors, prompter, controls, mainWindowControlNames()),
       prompter_(prompter),
@@ -83,25 +90,10 @@ WindowParts RemoveItemsLogic::parts(Prompter& prompter, Yield& yield) {
 }
 
 void RemoveItemsLogic::setDesignTimeValues() {
-    // The options as the window is designed: every row shown, every item type ticked, the
-    // filters off and the controls that belong to them disabled until they are switched on.
-    for (const char* name : {"chkShowSelectedItems", "chkShowUnselectedItems"}) {
-        controls.update(QLatin1String(name), [](ControlState& c) { c.value = 1; });
-    }
-    for (const TypeBox& box : kTypeBoxes) {
-        controls.update(QLatin1String(box.name), [](ControlState& c) {
-            c.value = 1;
-            c.enabled = false;
-        });
-    }
-    for (const char* name : {"dtpCutoffDate", "txtSelectSubject", "chkMatchCase", "chkMatchWord"}) {
-        controls.setEnabled(QLatin1String(name), false);
-    }
-    controls.update(QStringLiteral("txtSelectSubject"),
-                    [](ControlState& c) { c.backColor = ControlState::kFormBackground; });
     for (const TypeBox& box : kTypeBoxes) {
         controls.setCaption(QLatin1String(box.name), QLatin1String(box.caption));
     }
+    enabling.setStartValues();
 }
 
 bool RemoveItemsLogic::Form_Load() {
@@ -129,6 +121,7 @@ bool RemoveItemsLogic::Form_Load() {
         flags.Processing = false;
         Debug = false;
         controls.setVisible(QStringLiteral("cmddebug"), false);
+        enabling.Load_Tooltips();
         p.endSteps();
 
         p.step(QStringLiteral("Initialize Help"));
@@ -215,6 +208,7 @@ void RemoveItemsLogic::Load_Interface() {
             deletedItems.Assigne_Deleted_Items_Folders();
             startFolderIsCurrent();
             gridLogic.Set_Grid_Columns();
+            enabling.Enable_All_Controls(true);
 
             tree.setVisible(true);
             shell_.focusTree();

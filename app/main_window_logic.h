@@ -17,8 +17,11 @@
 #include "errors/error_trap.h"
 #include "grid/grid_logic.h"
 #include "grid/items_grid.h"
+#include "grid/row_selection.h"
 #include "help/main_window_help.h"
 #include "layout/splitter_layout.h"
+#include "marking/folder_marking.h"
+#include "marking/processing_options.h"
 #include "outlook/deleted_items.h"
 #include "outlook/folder_data.h"
 #include "outlook/folder_reload.h"
@@ -65,6 +68,9 @@ class RemoveItemsLogic {
     FolderReload reload;
     ControlEnabling enabling;
     OptionHandlers options;
+    FolderMarking marking;
+    ProcessingOptions processing;
+    RowSelection rows;
     OutlookSession session;
     SplitterLayout splitters;
     MainWindowHelp help;

@@ -65,8 +65,7 @@ void OptionHandlers::txtSelectSubject_Validate() {
 
 void OptionHandlers::chkSelectDate_Click() {
     withRedrawOff(QStringLiteral("chkSelectDate_Click"), [&] {
-        w_.controls.setEnabled(QStringLiteral("dtpCutoffDate"),
-                               w_.controls.value(QStringLiteral("chkSelectDate")) == 1);
+        enabling_.Enable_Check_Boxes();
         grid_.Change_Filtered_Rows();
         enabling_.Enable_Command_Buttons();
     });
@@ -74,13 +73,8 @@ void OptionHandlers::chkSelectDate_Click() {
 
 void OptionHandlers::chkSelectSubject_Click() {
     withRedrawOff(QStringLiteral("chkSelectSubject_Click"), [&] {
-        const bool on = w_.controls.value(QStringLiteral("chkSelectSubject")) == 1;
-        w_.controls.setEnabled(QStringLiteral("txtSelectSubject"), on);
-        w_.controls.setEnabled(QStringLiteral("chkMatchCase"), on);
-        w_.controls.setEnabled(QStringLiteral("chkMatchWord"), on);
-        w_.controls.update(QStringLiteral("txtSelectSubject"), [on](ControlState& c) {
-            c.backColor = on ? ControlState::kWindowBackground : ControlState::kFormBackground;
-        });
+        // The text box, its colour and the two match boxes follow the filter.
+        enabling_.Enable_Check_Boxes();
         grid_.Change_Filtered_Rows();
         enabling_.Enable_Command_Buttons();
     });
@@ -88,10 +82,7 @@ void OptionHandlers::chkSelectSubject_Click() {
 
 void OptionHandlers::chkSelectType_Click() {
     w_.errors.run(QStringLiteral("chkSelectType_Click"), [&](Procedure&) {
-        const bool on = w_.controls.value(QStringLiteral("chkSelectType")) == 1;
-        for (const TypeBox& box : kTypeBoxes) {
-            w_.controls.setEnabled(QLatin1String(box.name), on);
-        }
+        enabling_.Enable_Check_Boxes();
         grid_.Change_Filtered_Rows();
         enabling_.Enable_Command_Buttons();
     });
@@ -107,7 +98,12 @@ void OptionHandlers::chkShowAllFolders_Click() {
     }
     withRedrawOff(QStringLiteral("chkShowAllFolders_Click"), [&] {
         // The view gains or loses the folder column, and the rows of every marked folder come
-        // or go.
+        // or go. Back to one folder, the columns are those of its item type, which may have
+        // changed while all folders showed.
+        if (!on) {
+            w_.errors.attempt([&] { grid_.takeFolderItemType(w_.flags.CurrentNodeIndex); });
+            w_.errors.current.clear();
+        }
         grid_.Set_Grid_Columns();
         grid_.Remove_All_Rows();
         grid_.Add_All_Folders_Rows(RowMarker::None);

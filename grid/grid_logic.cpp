@@ -107,6 +107,22 @@ GridView GridLogic::view() const {
     }
 }
 
+bool GridLogic::takeFolderItemType(int node) {
+    if (node < 1 || node > w_.tree.count()) {
+        return false;
+    }
+    const outlook::FolderPtr& folder = w_.records[builder_.Get_Node_Index(node)].Folder;
+    if (!folder) {
+        return false;
+    }
+    const std::int32_t type = folder->DefaultItemType();
+    if (type == w_.flags.CurrentGridItemType) {
+        return false;
+    }
+    w_.flags.CurrentGridItemType = type;
+    return true;
+}
+
 void GridLogic::Set_Grid_Columns() {
     w_.errors.run(QStringLiteral("Set_Grid_Columns"), [&](Procedure&) {
         const std::vector<ColumnSpec> columns = columnsOf(view());
@@ -424,6 +440,7 @@ void GridLogic::Mark_And_Unmark_Selected_Range(int first, int last) {
     w_.errors.run(QStringLiteral("Mark_And_Unmark_Selected_Range"), [&](Procedure&) {
         RedrawOff redrawOff(w_.grid);
         bool told = false;
+        const bool permanent = on(QStringLiteral("chkPermanentDelete"));
         for (int r = 1; r < w_.grid.Rows(); ++r) {
             const char mark = w_.grid.row(r).mark;
             if (r < first || r > last) {
@@ -435,8 +452,7 @@ void GridLogic::Mark_And_Unmark_Selected_Range(int first, int last) {
             if (mark != '0') {
                 continue;
             }
-            if (!on(QStringLiteral("chkPermanentDelete")) && w_.grid.Cols() > kFirstFieldColumn &&
-                w_.grid.TextMatrix(r, kFirstFieldColumn) == DeletedItemsFolders::kName) {
+            if (!permanent && inDeletedItems(w_.grid.row(r))) {
                 if (!told) {
                     told = true;
                     w_.prompter.tell(
@@ -450,6 +466,13 @@ void GridLogic::Mark_And_Unmark_Selected_Range(int first, int last) {
         Paint_Entire_Grid();
         Set_Grid_Order();
     });
+}
+
+bool GridLogic::inDeletedItems(const GridRow& row) const {
+    // The folder column says the same in the all-folders view; the folder itself says it in
+    // every view. The tree gives each record its node's index.
+    return row.folder >= 1 && row.folder <= w_.tree.count() &&
+           deletedItems_.Is_Deleted_Items_Folder(row.folder);
 }
 
 void GridLogic::paintRow(int r) {

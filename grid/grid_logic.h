@@ -25,6 +25,10 @@ class GridLogic : public GridCellSource {
     GridLogic& operator=(const GridLogic&) = delete;
 
     GridView view() const;
+    // Takes the default item type of the node's folder as the one the grid's columns are laid
+    // out for; true when it changed. A folder whose type cannot be read throws, and the type
+    // stays.
+    bool takeFolderItemType(int node);
     void Set_Grid_Columns();
     void Set_Column_Widths();
     void Reset_Column_Widths();
@@ -68,6 +72,8 @@ class GridLogic : public GridCellSource {
     std::vector<int> shownNodes() const;
 
     static QString typeName(std::int32_t itemClass);
+    // True for a row of a "Deleted Items" folder: its items can go nowhere but for good.
+    bool inDeletedItems(const GridRow& row) const;
 
     // GridCellSource
     QString cell(const GridRow& row, GridField field) const override;

@@ -25,6 +25,7 @@
 #include <cmath>
 
 #include "app/widgets/folder_tree_model.h"
+#include "app/widgets/folder_tree_view.h"
 #include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
 #include "help/widgets/about_window.h"
@@ -122,8 +123,14 @@ void frmRemoveItems::buildMenus() {
     connect(refreshCurrent, &QAction::triggered, this,
             [this] { logic_->mnuRefreshCurrent_Click(); });
     file->addSeparator();
-    add(file, QStringLiteral("mnuUnmark"), QStringLiteral("&Unmark"));
-    add(file, QStringLiteral("mnuResetOptions"), QStringLiteral("Reset &Options"));
+    QAction* run = add(file, QStringLiteral("mnuRun"), QStringLiteral("C&lean"));
+    run->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return));
+    connect(run, &QAction::triggered, this, [this] { cmdRun_->click(); });
+    QAction* unmark = add(file, QStringLiteral("mnuUnmark"), QStringLiteral("&Unmark"));
+    connect(unmark, &QAction::triggered, this, [this] { logic_->marking.mnuUnmark_Click(); });
+    QAction* reset = add(file, QStringLiteral("mnuResetOptions"), QStringLiteral("Reset &Options"));
+    connect(reset, &QAction::triggered, this,
+            [this] { logic_->processing.mnuResetOptions_Click(); });
     file->addSeparator();
     QAction* quit = add(file, QStringLiteral("mnuQuit"), QStringLiteral("&Quit"));
     quit->setShortcut(QKeySequence::Quit);
@@ -143,32 +150,13 @@ void frmRemoveItems::buildControls() {
     auto* central = new QWidget(this);
     setCentralWidget(central);
 
-    trvFolders_ = new QTreeView(central);
+    trvFolders_ = new FolderTreeView(central);
     trvFolders_->setObjectName(QStringLiteral("trvFolders"));
     trvFolders_->setHeaderHidden(true);
     trvFolders_->setUniformRowHeights(true);
     treeModel_ = new FolderTreeModel(logic_->tree, this);
     trvFolders_->setModel(treeModel_);
-    connect(trvFolders_, &QTreeView::expanded, this, [this](const QModelIndex& index) {
-        const int node = treeModel_->nodeOf(index);
-        if (!logic_->tree.node(node).Expanded) {
-            logic_->tree.setExpanded(node, true);
-            logic_->treeBuilder.Set_Node_Text(node);
-        }
-    });
-    connect(trvFolders_, &QTreeView::collapsed, this, [this](const QModelIndex& index) {
-        const int node = treeModel_->nodeOf(index);
-        if (logic_->tree.node(node).Expanded) {
-            logic_->tree.setExpanded(node, false);
-            logic_->treeBuilder.Set_Node_Text(node);
-        }
-    });
-    connect(treeModel_, &QAbstractItemModel::dataChanged, this,
-            [this](const QModelIndex& index) { syncExpansion(treeModel_->nodeOf(index)); });
-    connect(treeModel_, &FolderTreeModel::nodeSelected, this, [this](int node) {
-        trvFolders_->setCurrentIndex(treeModel_->indexOfNode(node));
-        trvFolders_->scrollTo(treeModel_->indexOfNode(node));
-    });
+    connectTree();
 
     grdItems_ = new QTableView(central);
     grdItems_->setObjectName(QStringLiteral("grdItems"));
@@ -182,6 +170,7 @@ void frmRemoveItems::buildControls() {
     grdItems_->horizontalHeader()->setSortIndicatorShown(true);
     gridModel_ = new ItemsGridModel(logic_->grid, this);
     grdItems_->setModel(gridModel_);
+    grdItems_->viewport()->installEventFilter(this);
     connect(gridModel_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
     connect(grdItems_->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int col) {
         logic_->gridLogic.sortByColumn(col);
@@ -313,6 +302,46 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     return frame;
 }
 
+void frmRemoveItems::connectTree() {
+    FolderMarking& marking = logic_->marking;
+    treeModel_->setCheckHandler(
+        [&marking](int node, bool checked) { marking.trvFolder_NodeCheck(node, checked); });
+    // The user's pick of a node; the logic's own selecting comes back through nodeSelected.
+    const auto clicked = [this, &marking](const QModelIndex& index) {
+        if (index.isValid()) {
+            marking.trvFolders_NodeClick(treeModel_->nodeOf(index));
+        }
+    };
+    connect(trvFolders_, &QTreeView::clicked, this, clicked);
+    connect(trvFolders_->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this, clicked](const QModelIndex& index) {
+                if (index.isValid() && treeModel_->nodeOf(index) != logic_->tree.selected()) {
+                    clicked(index);
+                }
+            });
+    connect(trvFolders_, &FolderTreeView::mouseUp, this,
+            [&marking] { marking.trvFolders_MouseUp(); });
+    connect(trvFolders_, &FolderTreeView::keyUp, this, [&marking] { marking.trvFolders_KeyUp(); });
+    connect(trvFolders_, &QTreeView::expanded, this, [this, &marking](const QModelIndex& index) {
+        const int node = treeModel_->nodeOf(index);
+        if (!logic_->tree.node(node).Expanded) {
+            marking.trvFolders_Expand(node);
+        }
+    });
+    connect(trvFolders_, &QTreeView::collapsed, this, [this, &marking](const QModelIndex& index) {
+        const int node = treeModel_->nodeOf(index);
+        if (logic_->tree.node(node).Expanded) {
+            marking.trvFolders_Collapse(node);
+        }
+    });
+    connect(treeModel_, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& index) { syncExpansion(treeModel_->nodeOf(index)); });
+    connect(treeModel_, &FolderTreeModel::nodeSelected, this, [this](int node) {
+        trvFolders_->setCurrentIndex(treeModel_->indexOfNode(node));
+        trvFolders_->scrollTo(treeModel_->indexOfNode(node));
+    });
+}
+
 void frmRemoveItems::connectOptions() {
     // The user's changes go to the logic, which runs the option's handler; the logic's changes
     // come back through controlChanged.
@@ -426,7 +455,8 @@ void frmRemoveItems::controlChanged(const QString& name) {
         return;
     }
     widget->setEnabled(c.enabled);
-    widget->setToolTip(c.toolTip);
+    // A tooltip's "\r\n" is one line break.
+    widget->setToolTip(QString(c.toolTip).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     if (name != QLatin1String("sbStatusBar")) {
         widget->setVisible(c.visible);
     }
@@ -439,6 +469,10 @@ void frmRemoveItems::controlChanged(const QString& name) {
     }
     if (name == QLatin1String("lblCurrentFolder")) {
         lblCurrentFolder_->setText(c.caption);
+    } else if (widget == cmdRun_) {
+        if (!c.caption.isEmpty()) {
+            cmdRun_->setText(c.caption);
+        }
     } else if (auto* date = qobject_cast<QDateEdit*>(widget)) {
         date->setDate(toQDate(c.date));
     } else if (auto* check = qobject_cast<QCheckBox*>(widget)) {
@@ -526,7 +560,31 @@ bool frmRemoveItems::eventFilter(QObject* watched, QEvent* event) {
     if (watched == picSlider_ || watched == picSlider2_) {
         return sliderEvent(static_cast<QFrame*>(watched), event);
     }
+    if (watched == grdItems_->viewport() && event->type() == QEvent::MouseButtonRelease) {
+        gridMouseUp(*static_cast<QMouseEvent*>(event));
+    }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void frmRemoveItems::gridMouseUp(const QMouseEvent& event) {
+    int button = 0;
+    if (event.button() == Qt::LeftButton) {
+        button = RowSelection::kLeftButton;
+    } else if (event.button() == Qt::RightButton) {
+        button = 2;
+    } else if (event.button() == Qt::MiddleButton) {
+        button = 4;
+    }
+    int shift = 0;
+    if ((event.modifiers() & Qt::ShiftModifier) != 0) {
+        shift |= RowSelection::kShift;
+    }
+    if ((event.modifiers() & Qt::ControlModifier) != 0) {
+        shift |= RowSelection::kCtrl;
+    }
+    // Model row r is the grid's data row r + 1; below the last row there is none (0).
+    const int row = grdItems_->rowAt(static_cast<int>(event.position().y()));
+    logic_->rows.grdItems_MouseUp(button, shift, row + 1);
 }
 
 bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {

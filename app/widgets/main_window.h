@@ -9,6 +9,7 @@
 #include "app/controls.h"
 #include "app/main_window_logic.h"
 #include "app/status_panels.h"
+#include "app/widgets/folder_tree_view.h"
 #include "app/widgets/qt_prompter.h"
 #include "app/widgets/qt_yield.h"
 #include "app/window_shell.h"
@@ -19,6 +20,7 @@
 #include "layout/splitter_layout.h"
 
 class QTreeView;
+class QMouseEvent;
 class QTableView;
 class QGroupBox;
 class QLabel;
@@ -81,7 +83,10 @@ class frmRemoveItems : public QMainWindow,
     void placeControls();
     void controlChanged(const QString& name) override;
     void panelChanged(int panel) override;
+    void connectTree();
     void connectOptions();
+    // Hands a click in the grid to row selection.
+    void gridMouseUp(const QMouseEvent& event);
     void applyColumnWidths();
     void syncExpansion(int node);
     void connectHelpMenu();
@@ -96,7 +101,7 @@ class frmRemoveItems : public QMainWindow,
     std::unique_ptr<RemoveItemsLogic> logic_;
 
     QMap<QString, QWidget*> widgets_;
-    QTreeView* trvFolders_ = nullptr;
+    FolderTreeView* trvFolders_ = nullptr;
     QTableView* grdItems_ = nullptr;
     QFrame* picSlider_ = nullptr;
     QFrame* picSlider2_ = nullptr;

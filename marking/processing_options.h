@@ -1,0 +1,42 @@
+#pragma once
+
+#include "app/control_enabling.h"
+#include "app/window_parts.h"
+#include "grid/grid_logic.h"
+#include "marking/folder_marking.h"
+#include "outlook/deleted_items.h"
+#include "outlook/folder_tree_builder.h"
+
+namespace tf {
+
+// The processing options' click handlers: each refuses a state that the marks forbid, or forces
+// the other options into one that goes with it. They run when the code sets a box as well.
+class ProcessingOptions {
+  public:
+    // Registers the handlers with the controls.
+    ProcessingOptions(WindowParts parts, FolderMarking& marking, FolderTreeBuilder& builder,
+                      const DeletedItemsFolders& deletedItems, GridLogic& grid,
+                      ControlEnabling& enabling);
+
+    void chkDeleteFolders_Click();
+    void chkPermanentDelete_Click();
+    void chkTurbo_Click();
+    void chkCollapseFolders_Click();
+    void mnuResetOptions_Click();
+
+  private:
+    // Delete Folders just ticked: false when the marks forbid it and the box was set back.
+    bool deleteFoldersAllowed();
+    template <typename Forces>
+    void force(const Forces& forces);
+    bool on(const char* box) const { return w_.controls.value(QLatin1String(box)) == 1; }
+
+    WindowParts w_;
+    FolderMarking& marking_;
+    FolderTreeBuilder& builder_;
+    const DeletedItemsFolders& deletedItems_;
+    GridLogic& grid_;
+    ControlEnabling& enabling_;
+};
+
+}  // namespace tf
