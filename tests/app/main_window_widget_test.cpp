@@ -5,11 +5,17 @@
 #include <QCheckBox>
 #include <QFile>
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
+#include <QStyle>
+#include <QStyleOptionViewItem>
 #include <QTableView>
 #include <QTest>
 #include <QTimer>
+#include <QToolTip>
 #include <QTreeView>
 #include <algorithm>
 
@@ -20,6 +26,7 @@
 #include "store/store_locator.h"
 #include "tests/support/box_answerer.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/screenshot.h"
 #include "tests/support/temp_home.h"
 
 namespace tf::testing {
@@ -223,6 +230,142 @@ TEST_F(MainWindowWidgets, ASubjectTypedAndEnteredFiltersTheGrid) {
         EXPECT_EQ(grid->index(row, 1).data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
     }
     window.close();
+}
+
+}  // namespace
+}  // namespace tf::testing
+
+namespace tf::testing {
+namespace {
+
+// The tree's index whose caption starts with "name - (", searched depth first.
+QModelIndex folderIndex(const QAbstractItemModel& model, const QString& name,
+                        const QModelIndex& parent = {}) {
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QModelIndex index = model.index(row, 0, parent);
+        if (index.data().toString().startsWith(name + QStringLiteral(" - ("))) {
+            return index;
+        }
+        const QModelIndex below = folderIndex(model, name, index);
+        if (below.isValid()) {
+            return below;
+        }
+    }
+    return {};
+}
+
+// Clicks the check box of a tree node, where the view's style draws it.
+void tickInView(QTreeView& view, const QModelIndex& index) {
+    view.scrollTo(index);
+    QStyleOptionViewItem option;
+    option.initFrom(&view);
+    option.rect = view.visualRect(index);
+    option.features |= QStyleOptionViewItem::HasCheckIndicator;
+    const QRect box =
+        view.style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, &view);
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, box.center());
+}
+
+void clickRow(QTableView& view, int row, Qt::KeyboardModifiers keys = {}) {
+    const QRect cell = view.visualRect(view.model()->index(row, 2));
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, keys, cell.center());
+}
+
+class MarkingWidgets : public MainWindowWidgets {
+  protected:
+    void SetUp() override {
+        source = std::make_unique<store::StoreApplicationSource>(
+            QStringList{sampleStore(1)}, home.file(QStringLiteral("unused")));
+        window = std::make_unique<frmRemoveItems>(messageWindow, *source);
+        ASSERT_TRUE(window->load());
+        window->resize(1180, 760);
+        tree = window->folderView();
+        grid = window->itemsView();
+    }
+    void TearDown() override { window->close(); }
+    int nodeOf(const QModelIndex& index) const { return static_cast<int>(index.internalId()); }
+    const TreeNode& treeNode(const QModelIndex& index) const {
+        return window->logic().tree.node(nodeOf(index));
+    }
+
+    std::unique_ptr<store::StoreApplicationSource> source;
+    frmMessageBox messageWindow;
+    std::unique_ptr<frmRemoveItems> window;
+    QTreeView* tree = nullptr;
+    QTableView* grid = nullptr;
+};
+
+TEST_F(MarkingWidgets, AMouseTickMarksAFolderAndAForbiddenOneIsRefused) {
+    const QModelIndex inbox = folderIndex(*tree->model(), QStringLiteral("Inbox"));
+    ASSERT_TRUE(inbox.isValid());
+    tickInView(*tree, inbox);
+    EXPECT_TRUE(treeNode(inbox).Checked);
+    EXPECT_TRUE(treeNode(inbox).Bold);
+    EXPECT_EQ(inbox.data(Qt::CheckStateRole).toInt(), Qt::Checked);
+    const int marked = window->logic().gridLogic.Get_Rows_Selected_Count();
+    EXPECT_GT(marked, 0);
+    EXPECT_TRUE(window->findChild<QPushButton*>(QStringLiteral("cmdRun"))->isEnabled());
+    screenshot(QStringLiteral("tick-folders"));
+
+    // Delete Folders asks to unmark the Inbox (answered Yes); a default folder is then refused.
+    tick(window->findChild<QCheckBox*>(QStringLiteral("chkDeleteFolders")));
+    ASSERT_FALSE(treeNode(inbox).Checked);
+    tickInView(*tree, inbox);
+    EXPECT_FALSE(treeNode(inbox).Checked);
+    EXPECT_EQ(inbox.data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
+    EXPECT_EQ(answerer.texts().last(),
+              QStringLiteral("Cannot mark a default folder while \" Delete Folders\" is marked."));
+}
+
+TEST_F(MarkingWidgets, TheSpaceBarTicksTheCurrentNodeThroughTheSameRules) {
+    const QModelIndex drafts = folderIndex(*tree->model(), QStringLiteral("Drafts"));
+    ASSERT_TRUE(drafts.isValid());
+    tree->setFocus();
+    tree->setCurrentIndex(drafts);
+    QTest::keyClick(tree, Qt::Key_Space);
+    EXPECT_TRUE(treeNode(drafts).Checked);
+    EXPECT_TRUE(treeNode(drafts).Bold);
+    EXPECT_EQ(window->logic().flags.CurrentNodeIndex, nodeOf(drafts));
+    EXPECT_EQ(window->findChild<QLabel*>(QStringLiteral("lblCurrentFolder"))->text(),
+              QStringLiteral("Current Folder: Drafts"));
+    QTest::keyClick(tree, Qt::Key_Space);
+    EXPECT_FALSE(treeNode(drafts).Checked);
+}
+
+TEST_F(MarkingWidgets, SelectByRowPicksRowsWithPlainShiftAndCtrlClicks) {
+    tickInView(*tree, folderIndex(*tree->model(), QStringLiteral("Inbox")));
+    tick(window->findChild<QCheckBox*>(QStringLiteral("chkSelectByRow")));
+    ASSERT_EQ(window->logic().controls.value(QStringLiteral("chkSelectByRow")), 1);
+    ASSERT_GE(grid->model()->rowCount(), 8);
+
+    clickRow(*grid, 1);
+    clickRow(*grid, 4, Qt::ShiftModifier);
+    clickRow(*grid, 6, Qt::ControlModifier);
+    const ItemsGrid& rows = window->logic().grid;
+    for (int r = 1; r < rows.Rows(); ++r) {
+        const bool picked = (r >= 2 && r <= 5) || r == 7;  // model row + 1
+        EXPECT_EQ(rows.row(r).mark, picked ? '1' : '0') << r;
+        EXPECT_EQ(grid->model()->index(r - 1, 1).data(Qt::CheckStateRole).toInt(),
+                  picked ? Qt::Checked : Qt::Unchecked);
+        EXPECT_EQ(grid->model()->index(r - 1, 2).data(Qt::BackgroundRole).isValid(), picked);
+    }
+    screenshot(QStringLiteral("select-by-row"));
+}
+
+TEST_F(MarkingWidgets, EveryControlShowsItsTooltip) {
+    for (const ControlTooltip& tip : controlTooltips()) {
+        auto* widget = window->findChild<QWidget*>(QLatin1String(tip.control));
+        ASSERT_NE(widget, nullptr) << tip.control;
+        EXPECT_EQ(widget->toolTip(), QString::fromLatin1(tip.text).replace(QStringLiteral("\r\n"),
+                                                                           QStringLiteral("\n")))
+            << tip.control;
+    }
+    // Hovering shows it.
+    auto* run = window->findChild<QPushButton*>(QStringLiteral("cmdRun"));
+    QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), run->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(run, &hover);
+    EXPECT_EQ(QToolTip::text(), QStringLiteral("Start cleaning."));
+    screenshot(QStringLiteral("tooltip"));
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QTimer>
 
+#include "tests/support/screenshot.h"
+
 namespace tf::testing {
 
 // Answers the real message boxes as they come up, and keeps their texts.
@@ -15,6 +17,7 @@ class BoxAnswerer {
         QObject::connect(&timer_, &QTimer::timeout, [this] {
             if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
                 texts_ << box->text();
+                screenshot(QStringLiteral("box-%1").arg(texts_.size()));
                 box->done(box->standardButtons().testFlag(QMessageBox::Yes) ? QMessageBox::Yes
                                                                             : QMessageBox::Ok);
             }
