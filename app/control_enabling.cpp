@@ -69,10 +69,6 @@ const std::vector<ControlTooltip>& controlTooltips() {
     return tooltips;
 }
 
-bool ControlEnabling::on(const char* box) const {
-    return w_.controls.value(QLatin1String(box)) == 1;
-}
-
 void ControlEnabling::Enable_All_Controls(bool enable) {
     w_.errors.run(QStringLiteral("Enable_All_Controls"), [&](Procedure&) {
         for (const QString& name : w_.controls.names()) {
@@ -99,7 +95,7 @@ void ControlEnabling::Enable_Check_Boxes() {
     w_.errors.run(QStringLiteral("Enable_Check_Boxes"), [&](Procedure&) {
         std::set<QString> forced;
         const auto forcedBy = [&](const char* mode, const auto& forces) {
-            if (on(mode)) {
+            if (w_.controls.isOn(mode)) {
                 for (const ForcedValue& f : forces) {
                     forced.insert(QLatin1String(f.box));
                 }
@@ -124,8 +120,8 @@ void ControlEnabling::Enable_Check_Boxes() {
         }
 
         // A filter's own controls work while the filter is on.
-        enable(QStringLiteral("dtpCutoffDate"), on("chkSelectDate"));
-        const bool subject = on("chkSelectSubject");
+        enable(QStringLiteral("dtpCutoffDate"), w_.controls.isOn("chkSelectDate"));
+        const bool subject = w_.controls.isOn("chkSelectSubject");
         for (const char* name : {"txtSelectSubject", "chkMatchCase", "chkMatchWord"}) {
             enable(QLatin1String(name), subject);
         }
@@ -136,7 +132,7 @@ void ControlEnabling::Enable_Check_Boxes() {
                                [back](ControlState& c) { c.backColor = back; });
         }
         for (const TypeBox& box : kTypeBoxes) {
-            enable(QLatin1String(box.name), on("chkSelectType"));
+            enable(QLatin1String(box.name), w_.controls.isOn("chkSelectType"));
         }
     });
 }
@@ -156,7 +152,7 @@ void ControlEnabling::Enable_Command_Buttons() {
         return;
     }
     const int marked = markedNodes();
-    const int count = on("chkSelectByRow") ? grid_.Get_Rows_Selected_Count() : marked;
+    const int count = w_.controls.isOn("chkSelectByRow") ? grid_.Get_Rows_Selected_Count() : marked;
     w_.controls.setEnabled(QStringLiteral("cmdRun"), count >= 1);
     w_.controls.setEnabled(QStringLiteral("mnuRun"), count >= 1);
     w_.controls.setEnabled(QStringLiteral("mnuUnmark"), marked >= 1);

@@ -50,8 +50,6 @@ class ControlEnabling {
     int markedNodes() const;
 
   private:
-    bool on(const char* box) const;
-
     WindowParts w_;
     const GridLogic& grid_;
 };

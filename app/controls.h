@@ -66,6 +66,8 @@ class Controls {
         update(name, [&](ControlState& c) { c.enabled = enabled; });
     }
     int value(const QString& name) const { return (*this)[name].value; }
+    // True while the check box is ticked.
+    bool isOn(const char* box) const { return value(QLatin1String(box)) == 1; }
     // A check box's value. As with the real control, a change runs the box's click handler, so
     // that the interlocks hold whether the user or the code changed it.
     void setValue(const QString& name, int value);

@@ -66,21 +66,6 @@ double weightOf(GridField field) {
     return 0;
 }
 
-// Switches the grid's redraw off for a scope and back to what it was.
-class RedrawOff {
-  public:
-    explicit RedrawOff(ItemsGrid& grid) : grid_(grid), was_(grid.Redraw()) {
-        grid_.setRedraw(false);
-    }
-    ~RedrawOff() { grid_.setRedraw(was_); }
-    RedrawOff(const RedrawOff&) = delete;
-    RedrawOff& operator=(const RedrawOff&) = delete;
-
-  private:
-    ItemsGrid& grid_;
-    bool was_;
-};
-
 }  // namespace
 
 GridLogic::GridLogic(WindowParts parts, FolderTreeBuilder& builder, const ItemFilters& filters,

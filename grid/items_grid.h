@@ -129,4 +129,19 @@ class ItemsGrid {
     int maxRows_ = std::numeric_limits<int>::max() - 1;
 };
 
+// Switches the grid's redraw off for a scope and back to what it was.
+class RedrawOff {
+  public:
+    explicit RedrawOff(ItemsGrid& grid) : grid_(grid), was_(grid.Redraw()) {
+        grid_.setRedraw(false);
+    }
+    ~RedrawOff() { grid_.setRedraw(was_); }
+    RedrawOff(const RedrawOff&) = delete;
+    RedrawOff& operator=(const RedrawOff&) = delete;
+
+  private:
+    ItemsGrid& grid_;
+    bool was_;
+};
+
 }  // namespace tf

@@ -15,7 +15,7 @@ void RowSelection::chkSelectByRow_Click() {
     w_.errors.run(QStringLiteral("chkSelectByRow_Click"), [&](Procedure&) {
         anchor_ = 0;  // the rows are about to change
         // Switching off needs nobody's leave; only switching on is asked about.
-        if (on("chkSelectByRow")) {
+        if (w_.controls.isOn("chkSelectByRow")) {
             if (grid_.Check_Select_By_Row()) {
                 for (const ForcedValue& f : kSelectByRowForces) {
                     w_.controls.setValue(QLatin1String(f.box), f.value);
@@ -27,26 +27,25 @@ void RowSelection::chkSelectByRow_Click() {
                 return;
             }
         }
-        if (!on("chkSelectByRow")) {
+        if (!w_.controls.isOn("chkSelectByRow")) {
             // The hand-picked marks give way to the filters' again.
-            w_.grid.setRedraw(false);
+            RedrawOff redrawOff(w_.grid);
             grid_.Mark_Or_Unmark_Filtered_Rows(false, false);
-            w_.grid.setRedraw(true);
         }
         enabling_.Enable_Check_Boxes();
         enabling_.Enable_Command_Buttons();
     });
-    w_.grid.setRedraw(true);
 }
 
 void RowSelection::grdItems_MouseUp(int button, int shift, int mouseRow) {
     w_.errors.run(QStringLiteral("grdItems_MouseUp"), [&](Procedure&) {
-        w_.grid.setRedraw(false);
+        RedrawOff redrawOff(w_.grid);
         const bool dataRow =
             mouseRow >= 1 && mouseRow < w_.grid.Rows() && w_.grid.RowData(mouseRow) >= 1;
-        if (button == kLeftButton && dataRow && on("chkSelectByRow") &&
+        if (button == kLeftButton && dataRow && w_.controls.isOn("chkSelectByRow") &&
             grid_.Check_Select_By_Row()) {
-            if (!grid_.inDeletedItems(w_.grid.row(mouseRow)) || on("chkPermanentDelete")) {
+            if (!grid_.inDeletedItems(w_.grid.row(mouseRow)) ||
+                w_.controls.isOn("chkPermanentDelete")) {
                 // Shift wins over Ctrl when both are held: the range is what a user means.
                 if ((shift & kShift) != 0 && anchor_ >= 1) {
                     selectRange(std::min(anchor_, mouseRow), std::max(anchor_, mouseRow));
@@ -64,9 +63,7 @@ void RowSelection::grdItems_MouseUp(int button, int shift, int mouseRow) {
             }
         }
         enabling_.Enable_Command_Buttons();
-        w_.grid.setRedraw(true);
     });
-    w_.grid.setRedraw(true);
 }
 
 void RowSelection::Select_Or_Unselect(int row) {

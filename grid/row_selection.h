@@ -29,7 +29,6 @@ class RowSelection {
     int anchor() const { return anchor_; }
 
   private:
-    bool on(const char* box) const { return w_.controls.value(QLatin1String(box)) == 1; }
     void selectRange(int first, int last) { grid_.Mark_And_Unmark_Selected_Range(first, last); }
 
     WindowParts w_;

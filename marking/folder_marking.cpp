@@ -22,13 +22,12 @@ void FolderMarking::trvFolders_NodeClick(int node) {
 
 void FolderMarking::trvFolders_MouseUp() {
     // One click makes at most one marking decision, and the grid is repainted once for it.
-    w_.grid.setRedraw(false);
+    RedrawOff redrawOff(w_.grid);
     if (w_.tree.selected() != 0) {
         Node_Click_Or_Check(w_.tree.selected());
     }
     NodeChecked_ = false;
     NodeClicked_ = false;
-    w_.grid.setRedraw(true);
 }
 
 void FolderMarking::trvFolders_Expand(int node) {
@@ -48,7 +47,7 @@ FolderMarking::Refusal FolderMarking::refusalOf(int node) const {
         return Refusal::None;  // a node that stands for no folder: nothing to clean or delete
     }
     const bool checked = w_.tree.node(node).Checked;
-    const bool deleteFolders = on("chkDeleteFolders");
+    const bool deleteFolders = w_.controls.isOn("chkDeleteFolders");
     if (deleteFolders && checked && FolderTreeBuilder::Check_Default_Folder(folder)) {
         return Refusal::DefaultFolder;
     }
@@ -121,7 +120,7 @@ void FolderMarking::Node_Click_Or_Check(int node) {
             return;
         }
         const bool checked = w_.tree.node(node).Checked;
-        if (checked && on("chkMarkSubFolders") && w_.tree.Children(node) >= 1) {
+        if (checked && w_.controls.isOn("chkMarkSubFolders") && w_.tree.Children(node) >= 1) {
             markSubFolders(node);
         }
         if (checked) {
@@ -141,7 +140,7 @@ void FolderMarking::Node_Click_Or_Check(int node) {
 void FolderMarking::markSubFolders(int node) {
     // The stores under the virtual root are root folders, which Delete Folders may never take:
     // ticking the root marks nothing below it then.
-    if (on("chkDeleteFolders") && !w_.records[builder_.Get_Node_Index(node)].Folder) {
+    if (w_.controls.isOn("chkDeleteFolders") && !w_.records[builder_.Get_Node_Index(node)].Folder) {
         return;
     }
     reload_.Set_Children_Nodes_Checkboxes(w_.tree.Child(node), true);
@@ -169,13 +168,14 @@ void FolderMarking::changeCurrentFolder(int node) {
     const int old = w_.flags.CurrentNodeIndex;
     // Select By Row with one folder shown picks rows in the current folder alone. The folder
     // left behind is unmarked, so that no mark reaches further than the grid shows.
-    if (old >= 1 && old <= w_.tree.count() && on("chkSelectByRow") && !on("chkShowAllFolders")) {
+    if (old >= 1 && old <= w_.tree.count() && w_.controls.isOn("chkSelectByRow") &&
+        !w_.controls.isOn("chkShowAllFolders")) {
         w_.tree.setChecked(old, false);
         builder_.Set_Node_Text(old);
     }
 
     const int index = builder_.Get_Node_Index(node);
-    if (!on("chkShowAllFolders") && w_.records[index].Folder) {
+    if (!w_.controls.isOn("chkShowAllFolders") && w_.records[index].Folder) {
         // A folder whose item type cannot be read keeps the columns as they are; the failure is
         // reported and the folder still becomes current.
         w_.errors.run(QStringLiteral("Node_Click_Or_Check - changing folder types"),
@@ -256,7 +256,7 @@ void FolderMarking::Unmark_Nodes(int node) {
 
 void FolderMarking::mnuUnmark_Click() {
     w_.errors.run(QStringLiteral("mnuUnmark_Click"), [&](Procedure&) {
-        w_.grid.setRedraw(false);
+        RedrawOff redrawOff(w_.grid);
         if (w_.tree.count() >= 1) {
             Unmark_Nodes(w_.tree.topLevel().front());
         }
@@ -265,9 +265,7 @@ void FolderMarking::mnuUnmark_Click() {
         grid_.Add_All_Folders_Rows(RowMarker::None);
         grid_.Mark_Or_Unmark_Filtered_Rows(false, true);
         enabling_.Enable_Command_Buttons();
-        w_.grid.setRedraw(true);
     });
-    w_.grid.setRedraw(true);
 }
 
 }  // namespace tf

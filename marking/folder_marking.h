@@ -62,7 +62,6 @@ class FolderMarking {
     // true when there was one.
     bool unmarkDeletedItemsBelow(int node);
     void changeCurrentFolder(int node);
-    bool on(const char* box) const { return w_.controls.value(QLatin1String(box)) == 1; }
 
     WindowParts w_;
     FolderTreeBuilder& builder_;

@@ -34,7 +34,7 @@ void ProcessingOptions::force(const Forces& forces) {
 
 void ProcessingOptions::chkDeleteFolders_Click() {
     w_.errors.run(QStringLiteral("chkDeleteFolders_Click"), [&](Procedure&) {
-        if (on("chkDeleteFolders")) {
+        if (w_.controls.isOn("chkDeleteFolders")) {
             if (!deleteFoldersAllowed()) {
                 return;
             }
@@ -84,7 +84,7 @@ bool ProcessingOptions::deleteFoldersAllowed() {
 
 void ProcessingOptions::chkPermanentDelete_Click() {
     w_.errors.run(QStringLiteral("chkPermanentDelete_Click"), [&](Procedure&) {
-        if (!on("chkPermanentDelete")) {
+        if (!w_.controls.isOn("chkPermanentDelete")) {
             for (int node = 1; node <= w_.tree.count(); ++node) {
                 if (!deletedItems_.Allow_Deleted_Items_Folder(node)) {
                     w_.prompter.ask(QStringLiteral("Cannot unckeck Permanent Delete box while ") +
@@ -95,26 +95,24 @@ void ProcessingOptions::chkPermanentDelete_Click() {
                     return;
                 }
             }
-            if (on("chkSelectByRow")) {
+            if (w_.controls.isOn("chkSelectByRow")) {
                 // Rows picked in "Deleted Items" could now go nowhere: they are let go.
-                w_.grid.setRedraw(false);
+                RedrawOff redrawOff(w_.grid);
                 for (int r = 1; r < w_.grid.Rows(); ++r) {
                     if (w_.grid.row(r).mark == '1' && grid_.inDeletedItems(w_.grid.row(r))) {
                         w_.grid.setMark(r, '0');
                     }
                 }
                 grid_.Paint_Entire_Grid();
-                w_.grid.setRedraw(true);
             }
         }
         enabling_.Enable_Command_Buttons();
     });
-    w_.grid.setRedraw(true);
 }
 
 void ProcessingOptions::chkTurbo_Click() {
     w_.errors.run(QStringLiteral("chkTurbo_Click"), [&](Procedure&) {
-        if (on("chkTurbo")) {
+        if (w_.controls.isOn("chkTurbo")) {
             force(kTurboForces);
         }
         enabling_.Enable_Check_Boxes();
@@ -123,7 +121,7 @@ void ProcessingOptions::chkTurbo_Click() {
 
 void ProcessingOptions::chkCollapseFolders_Click() {
     w_.errors.run(QStringLiteral("chkCollapseFolders_Click"), [&](Procedure&) {
-        if (!on("chkCollapseFolders")) {
+        if (!w_.controls.isOn("chkCollapseFolders")) {
             return;
         }
         for (int node = 1; node <= w_.tree.count(); ++node) {
@@ -135,9 +133,8 @@ void ProcessingOptions::chkCollapseFolders_Click() {
 }
 
 void ProcessingOptions::mnuResetOptions_Click() {
-    w_.grid.setRedraw(false);
+    RedrawOff redrawOff(w_.grid);
     enabling_.Set_Checkbox_Values();
-    w_.grid.setRedraw(true);
 }
 
 }  // namespace tf

@@ -29,7 +29,6 @@ class ProcessingOptions {
     bool deleteFoldersAllowed();
     template <typename Forces>
     void force(const Forces& forces);
-    bool on(const char* box) const { return w_.controls.value(QLatin1String(box)) == 1; }
 
     WindowParts w_;
     FolderMarking& marking_;
