@@ -70,6 +70,9 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
       marking(parts(prompter, yield), treeBuilder, deletedItems, gridLogic, reload, enabling),
       processing(parts(prompter, yield), marking, treeBuilder, deletedItems, gridLogic, enabling),
       rows(parts(prompter, yield), gridLogic, enabling),
+      cleaning(parts(prompter, yield), treeBuilder, deletedItems, filters, gridLogic, reload, cache,
+               enabling, marking),
+      itemDisplay(parts(prompter, yield), treeBuilder),
       splitters(errors, controls),
       help(errors, prompter, controls, mainWindowControlNames()),
       prompter_(prompter),
@@ -248,6 +251,10 @@ void RemoveItemsLogic::startFolderIsCurrent() {
 }
 
 void RemoveItemsLogic::mnuRefresh_Click() {
+    // A run holds on to the folder records that a rebuild would replace.
+    if (flags.Processing) {
+        return;
+    }
     if (!flags.Loading) {
         Load_Interface();
         return;
@@ -259,6 +266,9 @@ void RemoveItemsLogic::mnuRefresh_Click() {
 }
 
 void RemoveItemsLogic::mnuRefreshCurrent_Click() {
+    if (flags.Processing) {
+        return;
+    }
     errors.run(QStringLiteral("mnuRefreshCurrent_Click"), [&](Procedure&) {
         const int node = tree.selected();
         if (node == 0) {
@@ -297,6 +307,8 @@ void RemoveItemsLogic::Form_Unload() {
     }
     Unloaded = true;
     errors.run(QStringLiteral("Form_Unload"), [&](Procedure&) {
+        flags.Closing = true;
+        flags.Processing = false;  // a run stops at its next test
         flags.StopCaching = true;
         flags.InterruptCaching = true;
         messageWindow_.unload();

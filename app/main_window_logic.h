@@ -11,11 +11,13 @@
 #include "app/window_shell.h"
 #include "cache/item_cache.h"
 #include "cache/item_filters.h"
+#include "clean/cleaning_run.h"
 #include "common/message_window.h"
 #include "common/prompter.h"
 #include "common/yield.h"
 #include "errors/error_trap.h"
 #include "grid/grid_logic.h"
+#include "grid/item_display.h"
 #include "grid/items_grid.h"
 #include "grid/row_selection.h"
 #include "help/main_window_help.h"
@@ -71,6 +73,8 @@ class RemoveItemsLogic {
     FolderMarking marking;
     ProcessingOptions processing;
     RowSelection rows;
+    CleaningRun cleaning;
+    ItemDisplay itemDisplay;
     OutlookSession session;
     SplitterLayout splitters;
     MainWindowHelp help;

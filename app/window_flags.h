@@ -14,6 +14,7 @@ struct WindowFlags {
     bool AllFoldersCached = false;  // loading finished without interruption
     bool ReloadRequested = false;   // Refresh was pressed while loading ran
     bool LoadFailed = false;        // kept for its message; nothing sets it
+    bool Closing = false;           // the window is unloading; a run ends without its messages
     std::int32_t LastSelectedNode = 0;
     std::int32_t CurrentNodeIndex = 0;     // the node whose items the grid shows
     std::int32_t CurrentGridItemType = 0;  // default item type of that folder

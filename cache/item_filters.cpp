@@ -28,6 +28,9 @@ bool ItemFilters::Check_Filtered_Record(int node, int folder, int item) const {
         return false;
     }
     const ItemData& r = record.ItemCache[static_cast<std::size_t>(item - 1)];
+    if (r.isHole()) {
+        return false;  // deleted by a run: there is nothing left to select
+    }
     // Every term is worked out; none is skipped for an earlier one's answer.
     const bool marked = tree_.node(node).Checked;
     const bool date = Check_Date(r.ItemDate);

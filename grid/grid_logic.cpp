@@ -393,11 +393,17 @@ const ItemData* GridLogic::itemOf(const GridRow& row) const {
 }
 
 int GridLogic::Get_Rows_Selected_Count() const {
+    return Get_Rows_Selected_Count(-1);
+}
+
+int GridLogic::Get_Rows_Selected_Count(int deletedItemsIndex) const {
     int count = 0;
     for (int r = 1; r < w_.grid.Rows(); ++r) {
         const GridRow& row = w_.grid.row(r);
         // A row counts while its item is still in the cache of a real folder.
-        if (row.mark == '1' && itemOf(row) != nullptr && w_.records[row.folder].Folder) {
+        if (row.mark == '1' && itemOf(row) != nullptr && w_.records[row.folder].Folder &&
+            (deletedItemsIndex < 0 ||
+             w_.records[row.folder].DeletedItemsIndex == deletedItemsIndex)) {
             ++count;
         }
     }

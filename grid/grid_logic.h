@@ -55,10 +55,13 @@ class GridLogic : public GridCellSource {
     void sortByColumn(int column);
     int sortField() const { return sortField_; }
     bool sortAscending() const { return ascending_; }
+    void setSortAscending(bool ascending) { ascending_ = ascending; }
 
     void Display_Update_Grid_Status(const QString& folderName);
 
     int Get_Rows_Selected_Count() const;
+    // The selected rows of one store: those whose folder moves its items to this "Deleted Items".
+    int Get_Rows_Selected_Count(int deletedItemsIndex) const;
     // Sets every mark from the filters; or every mark on (markAll) or off (unmarkAll).
     void Mark_Or_Unmark_Filtered_Rows(bool markAll, bool unmarkAll);
     void Mark_And_Unmark_Selected_Range(int first, int last);

@@ -164,6 +164,45 @@ void FolderTree::setForeColor(int index, ColorRef color) {
     notifyChanged(index);
 }
 
+void FolderTree::EnsureVisible(int index) {
+    for (int above = Parent(index); above != 0; above = Parent(above)) {
+        if (!node(above).Expanded) {
+            setExpanded(above, true);
+        }
+    }
+    if (observer_ != nullptr) {
+        observer_->scrollTo(index);
+    }
+}
+
+void FolderTree::detach(int index) {
+    const int parent = Parent(index);
+    bool selectionInside = false;
+    for (int n = selected_; n != 0; n = Parent(n)) {
+        selectionInside = selectionInside || n == index;
+    }
+    if (observer_ != nullptr) {
+        observer_->aboutToReset();
+    }
+    std::vector<int>& siblings = siblingsOf(parent);
+    siblings.erase(std::remove(siblings.begin(), siblings.end(), index), siblings.end());
+    // The whole branch goes; its nodes must not be marked or walked any more.
+    std::vector<int> branch{index};
+    while (!branch.empty()) {
+        TreeNode& n = mutableNode(branch.back());
+        branch.pop_back();
+        n.Detached = true;
+        n.Checked = false;
+        branch.insert(branch.end(), n.children.begin(), n.children.end());
+    }
+    if (observer_ != nullptr) {
+        observer_->reset();
+    }
+    if (selectionInside) {
+        select(parent);
+    }
+}
+
 void FolderTree::select(int index) {
     if (index != 0) {
         node(index);  // validates

@@ -20,7 +20,8 @@ struct TreeNode {
     bool Checked = false;
     bool Bold = false;
     bool Expanded = false;
-    bool Sorted = false;  // children kept in caption order
+    bool Sorted = false;    // children kept in caption order
+    bool Detached = false;  // taken out of the tree with its folder
     ColorRef ForeColor = 0;
     int parent = 0;             // index of the parent node, 0 at the top level
     std::vector<int> children;  // indexes, in display order
@@ -38,6 +39,8 @@ class FolderTreeObserver {
     virtual void reordered() = 0;
     virtual void changed(int index) = 0;
     virtual void selectionChanged(int index) = 0;
+    // The node should be scrolled into view.
+    virtual void scrollTo(int /*index*/) {}
 };
 
 // The folder tree's nodes as the window keeps them: a collection indexed from 1 in the order the
@@ -74,6 +77,14 @@ class FolderTree {
     void setExpanded(int index, bool expanded);
     void setSorted(int index, bool sorted);
     void setForeColor(int index, ColorRef color);
+
+    // Expands every folder above the node and has the view scroll to it.
+    void EnsureVisible(int index);
+    // Takes a node and its sub-folders out of the tree, as when their folders have been deleted.
+    // Indexes stay as they are, so the records behind the other nodes keep their places; the
+    // node is no longer anyone's child. A selection inside the branch moves to the parent.
+    void detach(int index);
+    bool attached(int index) const { return !node(index).Detached; }
 
     // The selected node, 0 for none.
     int selected() const { return selected_; }

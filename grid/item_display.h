@@ -1,0 +1,30 @@
+#pragma once
+
+#include "app/window_parts.h"
+#include "outlook/folder_tree_builder.h"
+
+namespace tf {
+
+// Opens the item of a grid row in the read-only item window: by a double click on the row, or
+// by Enter, which opens the row last pressed with the mouse.
+class ItemDisplay {
+  public:
+    static constexpr int kEnter = 13;
+
+    ItemDisplay(WindowParts parts, FolderTreeBuilder& builder) : w_(parts), builder_(builder) {}
+
+    // The grid's mouse-down: the row under the pointer becomes the current row.
+    void grdItems_MouseDown(int row) { CurrentRow = row; }
+    void grdItems_DblClick(int mouseRow);
+    // gridRow is the row the grid's cursor is on, which only has to be a data row.
+    void grdItems_KeyPress(int keyCode, int gridRow);
+    void Display_Current_Item();
+
+    int CurrentRow = 0;
+
+  private:
+    WindowParts w_;
+    FolderTreeBuilder& builder_;
+};
+
+}  // namespace tf
