@@ -15,7 +15,7 @@ FolderTreeModel::~FolderTreeModel() {
 }
 
 QModelIndex FolderTreeModel::indexOfNode(int node) const {
-    if (node < 1 || node > tree_.count()) {
+    if (node < 1 || node > tree_.count() || !tree_.attached(node)) {
         return {};
     }
     return createIndex(tree_.row(node), 0, static_cast<quintptr>(node));

@@ -32,6 +32,7 @@ class FolderTreeModel : public QAbstractItemModel, private FolderTreeObserver {
 
   signals:
     void nodeSelected(int node);
+    void nodeToShow(int node);
 
   private:
     void aboutToReset() override { beginResetModel(); }
@@ -42,6 +43,7 @@ class FolderTreeModel : public QAbstractItemModel, private FolderTreeObserver {
     void reordered() override;
     void changed(int node) override;
     void selectionChanged(int node) override { emit nodeSelected(node); }
+    void scrollTo(int node) override { emit nodeToShow(node); }
 
     FolderTree& tree_;
     std::function<void(int, bool)> checkHandler_;

@@ -87,6 +87,7 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     logic_->help.attach(*helpViewer_, *this);
     logic_->help.form.pickControl = [this] { return pickControl(); };
     connectHelpMenu();
+    outlook::setItemWindow(&itemWindows_);
     picSlider_->installEventFilter(this);
     picSlider2_->installEventFilter(this);
     setMinimumWidth(640);
@@ -100,6 +101,7 @@ frmRemoveItems::~frmRemoveItems() {
     logic_->controls.setObserver(nullptr);
     logic_->status.setObserver(nullptr);
     logic_->splitters.setWindow(nullptr);
+    outlook::setItemWindow(nullptr);
     trvFolders_->setModel(nullptr);
     delete treeModel_;
     grdItems_->setModel(nullptr);
@@ -171,6 +173,7 @@ void frmRemoveItems::buildControls() {
     gridModel_ = new ItemsGridModel(logic_->grid, this);
     grdItems_->setModel(gridModel_);
     grdItems_->viewport()->installEventFilter(this);
+    grdItems_->installEventFilter(this);
     connect(gridModel_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
     connect(grdItems_->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int col) {
         logic_->gridLogic.sortByColumn(col);
@@ -195,6 +198,8 @@ void frmRemoveItems::buildControls() {
 
     cmdRun_ = new QPushButton(QStringLiteral("&Clean"), central);
     cmdRun_->setObjectName(QStringLiteral("cmdRun"));
+    // Pressed again during a run, it arrives inside the run's yield and offers to cancel.
+    connect(cmdRun_, &QPushButton::clicked, this, [this] { logic_->cleaning.cmdRun_Click(); });
     auto* debug = new QPushButton(QStringLiteral("Debug"), central);
     debug->setObjectName(QStringLiteral("cmddebug"));
     debug->hide();
@@ -336,6 +341,16 @@ void frmRemoveItems::connectTree() {
     });
     connect(treeModel_, &QAbstractItemModel::dataChanged, this,
             [this](const QModelIndex& index) { syncExpansion(treeModel_->nodeOf(index)); });
+    // A reset (a deleted folder's branch leaving the tree) forgets which nodes were open.
+    connect(treeModel_, &QAbstractItemModel::modelReset, this, [this] {
+        for (int node = 1; node <= logic_->tree.count(); ++node) {
+            if (logic_->tree.attached(node)) {
+                syncExpansion(node);
+            }
+        }
+    });
+    connect(treeModel_, &FolderTreeModel::nodeToShow, this,
+            [this](int node) { trvFolders_->scrollTo(treeModel_->indexOfNode(node)); });
     connect(treeModel_, &FolderTreeModel::nodeSelected, this, [this](int node) {
         trvFolders_->setCurrentIndex(treeModel_->indexOfNode(node));
         trvFolders_->scrollTo(treeModel_->indexOfNode(node));
@@ -560,10 +575,36 @@ bool frmRemoveItems::eventFilter(QObject* watched, QEvent* event) {
     if (watched == picSlider_ || watched == picSlider2_) {
         return sliderEvent(static_cast<QFrame*>(watched), event);
     }
-    if (watched == grdItems_->viewport() && event->type() == QEvent::MouseButtonRelease) {
-        gridMouseUp(*static_cast<QMouseEvent*>(event));
+    if (watched == grdItems_->viewport()) {
+        switch (event->type()) {
+            case QEvent::MouseButtonPress:
+                logic_->itemDisplay.grdItems_MouseDown(
+                    gridRowAt(*static_cast<QMouseEvent*>(event)));
+                break;
+            case QEvent::MouseButtonDblClick:
+                logic_->itemDisplay.grdItems_DblClick(gridRowAt(*static_cast<QMouseEvent*>(event)));
+                break;
+            case QEvent::MouseButtonRelease:
+                gridMouseUp(*static_cast<QMouseEvent*>(event));
+                break;
+            default:
+                break;
+        }
+    }
+    if (watched == grdItems_ && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            logic_->itemDisplay.grdItems_KeyPress(ItemDisplay::kEnter,
+                                                  grdItems_->currentIndex().row() + 1);
+            return true;
+        }
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+int frmRemoveItems::gridRowAt(const QMouseEvent& event) const {
+    // Model row r is the grid's data row r + 1; below the last row there is none (-1 + 1).
+    return grdItems_->rowAt(static_cast<int>(event.position().y())) + 1;
 }
 
 void frmRemoveItems::gridMouseUp(const QMouseEvent& event) {
@@ -582,9 +623,7 @@ void frmRemoveItems::gridMouseUp(const QMouseEvent& event) {
     if ((event.modifiers() & Qt::ControlModifier) != 0) {
         shift |= RowSelection::kCtrl;
     }
-    // Model row r is the grid's data row r + 1; below the last row there is none (0).
-    const int row = grdItems_->rowAt(static_cast<int>(event.position().y()));
-    logic_->rows.grdItems_MouseUp(button, shift, row + 1);
+    logic_->rows.grdItems_MouseUp(button, shift, gridRowAt(event));
 }
 
 bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {

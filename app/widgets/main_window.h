@@ -10,6 +10,7 @@
 #include "app/main_window_logic.h"
 #include "app/status_panels.h"
 #include "app/widgets/folder_tree_view.h"
+#include "app/widgets/item_window.h"
 #include "app/widgets/qt_prompter.h"
 #include "app/widgets/qt_yield.h"
 #include "app/window_shell.h"
@@ -70,6 +71,8 @@ class frmRemoveItems : public QMainWindow,
     frmHelpViewer* helpViewer() const { return helpViewer_; }
     frmHelpBrowser* helpBrowser() const { return helpBrowser_; }
     frmAbout* aboutWindow() const { return about_; }
+    // The item window opened last by a double click or Enter in the grid.
+    frmItem* itemWindow() const { return itemWindows_.last(); }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -87,6 +90,8 @@ class frmRemoveItems : public QMainWindow,
     void connectOptions();
     // Hands a click in the grid to row selection.
     void gridMouseUp(const QMouseEvent& event);
+    // The grid's data row under the pointer; 0 on the header or below the last row.
+    int gridRowAt(const QMouseEvent& event) const;
     void applyColumnWidths();
     void syncExpansion(int node);
     void connectHelpMenu();
@@ -97,6 +102,7 @@ class frmRemoveItems : public QMainWindow,
 
     QtPrompter prompter_;
     QtYield yield_;
+    QtItemWindows itemWindows_{this};
     frmMessageBox& messageWindow_;
     std::unique_ptr<RemoveItemsLogic> logic_;
 

@@ -28,6 +28,13 @@ class ScriptedPrompter : public Prompter {
         return *this;
     }
 
+    // Queues an answer for the next box whose text starts with prefix; such answers go before
+    // the plain script.
+    ScriptedPrompter& answerWhen(const QString& prefix, int reply) {
+        byText_.emplace_back(prefix, reply);
+        return *this;
+    }
+
     const std::vector<Shown>& shown() const { return shown_; }
     QStringList texts() const;
     const Shown& last() const { return shown_.back(); }
@@ -36,6 +43,7 @@ class ScriptedPrompter : public Prompter {
 
   private:
     std::deque<int> script_;
+    std::deque<std::pair<QString, int>> byText_;
     std::vector<Shown> shown_;
 };
 
