@@ -11,22 +11,13 @@
 
 #include "app/main_window_logic.h"
 #include "bench/bench_support.h"
+#include "bench/headless_window.h"
 #include "outlook/session.h"
 #include "store/local/local_store.h"
 #include "store/local/sample_content.h"
 
 namespace tf::bench {
 namespace {
-
-class QuietPrompter : public Prompter {
-  public:
-    int ask(const QString& text, int buttons, const QString&) override {
-        if (text != QStringLiteral("All Folders Loaded")) {
-            std::fprintf(stderr, "message: %s\n", qPrintable(text));
-        }
-        return (buttons & 7) == YesNo || (buttons & 7) == YesNoCancel ? Yes : Ok;
-    }
-};
 
 // Counts the yields; the first one after the tree is built marks every folder, so that the grid
 // takes every item.
@@ -45,30 +36,6 @@ class MarkingYield : public Yield {
     RemoveItemsLogic* logic = nullptr;
     bool marked = false;
     long long count = 0;
-};
-
-class NoWindow : public MessageWindow, public WindowShell {
-  public:
-    void setText(const QString&) override {}
-    void show() override {}
-    void hide() override {}
-    void unload() override {}
-    void showMain() override {}
-    void unloadMain() override {}
-    void unloadAbout() override {}
-    void focusTree() override {}
-};
-
-class StoresFrom : public ApplicationSource {
-  public:
-    explicit StoresFrom(QString path) : path_(std::move(path)) {}
-    outlook::ApplicationPtr GetObject() override { return nullptr; }
-    outlook::ApplicationPtr CreateObject() override {
-        return std::make_shared<outlook::SessionApplication>(store::local::openLocalStores(path_));
-    }
-
-  private:
-    QString path_;
 };
 
 // Reads what the cache keeps of every item, in the folders' order, with SQLite alone.

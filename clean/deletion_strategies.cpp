@@ -8,8 +8,39 @@
 namespace tf {
 
 namespace {
+
 const QString kFolderPrefix = QStringLiteral("Folder - ");
-}
+
+// Lets the stores commit a strategy's changes in groups instead of one by one; each change stays
+// atomic, so a killed run leaves every item changed or where it was. finish() commits the rest
+// and reports a failure; leaving early commits what it can.
+class ChangeGroup {
+  public:
+    explicit ChangeGroup(outlook::NameSpacePtr nameSpace) : nameSpace_(std::move(nameSpace)) {
+        if (nameSpace_) {
+            nameSpace_->beginChanges();
+        }
+    }
+    ~ChangeGroup() {
+        try {
+            finish();
+        } catch (...) {
+            // Already on the way out of a failure that is being reported.
+        }
+    }
+    ChangeGroup(const ChangeGroup&) = delete;
+    ChangeGroup& operator=(const ChangeGroup&) = delete;
+    void finish() {
+        if (const outlook::NameSpacePtr nameSpace = std::exchange(nameSpace_, nullptr)) {
+            nameSpace->endChanges();
+        }
+    }
+
+  private:
+    outlook::NameSpacePtr nameSpace_;
+};
+
+}  // namespace
 
 DeletionStrategies::DeletionStrategies(WindowParts parts, FolderTreeBuilder& builder,
                                        const ItemFilters& filters, GridLogic& grid,
@@ -122,6 +153,7 @@ DeletionStrategies::Outcome DeletionStrategies::Delete_Current_Item(const outloo
 
 void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int index) {
     const bool ran = w_.errors.run(QStringLiteral("Delete_All_Items"), [&](Procedure&) {
+        ChangeGroup group(builder_.nameSpace());
         w_.records[index].DeletedCount = 0;
         const QString name = folder->Name();
         const outlook::ItemsPtr items = folder->Items();
@@ -157,6 +189,7 @@ void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int 
                 w_.yield.yield();
             }
         }
+        group.finish();
     });
     noteUnfinished(ran);
 }
@@ -165,6 +198,7 @@ void DeletionStrategies::Delete_Selected_Items_By_MAPIFolder(const outlook::Fold
                                                              int index, int node) {
     const bool ran =
         w_.errors.run(QStringLiteral("Delete_Selected_Items_By_MAPIFolder"), [&](Procedure&) {
+            ChangeGroup group(builder_.nameSpace());
             w_.records[index].DeletedCount = 0;
             const QString name = folder->Name();
             const outlook::ItemsPtr items = folder->Items();
@@ -204,6 +238,7 @@ void DeletionStrategies::Delete_Selected_Items_By_MAPIFolder(const outlook::Fold
             }
             status_.Display_Cleaning_Status(name, checked, w_.records[index].DeletedCount,
                                             state_.ProcessedCount);
+            group.finish();
         });
     noteUnfinished(ran);
 }
@@ -211,6 +246,7 @@ void DeletionStrategies::Delete_Selected_Items_By_MAPIFolder(const outlook::Fold
 void DeletionStrategies::Delete_Filtered_Items_By_FolderData_Array(int node, int index) {
     const bool ran =
         w_.errors.run(QStringLiteral("Delete_Filtered_Items_By_FolderData_Array"), [&](Procedure&) {
+            ChangeGroup group(builder_.nameSpace());
             w_.records[index].DeletedCount = 0;
             const QString name = w_.records[index].Folder->Name();
             const QString storeID = placeOf(index).storeID;
@@ -248,12 +284,14 @@ void DeletionStrategies::Delete_Filtered_Items_By_FolderData_Array(int node, int
             }
             w_.status.setText(1, QString());
             w_.status.setText(2, QString());
+            group.finish();
         });
     noteUnfinished(ran);
 }
 
 void DeletionStrategies::Delete_Filtered_Items_By_Row() {
     const bool ran = w_.errors.run(QStringLiteral("Delete_Filtered_Items_By_Row"), [&](Procedure&) {
+        ChangeGroup group(builder_.nameSpace());
         w_.status.setText(1, QStringLiteral("Cleaning Items"));
         RedrawOff redrawOff(w_.grid);
         long processed = 0;
@@ -309,6 +347,7 @@ void DeletionStrategies::Delete_Filtered_Items_By_Row() {
                 }
             }
         }
+        group.finish();
     });
     noteUnfinished(ran);
 }

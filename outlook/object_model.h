@@ -97,6 +97,11 @@ class NameSpace {
     virtual FolderPtr GetDefaultFolder(long folderType) const = 0;
     // Finds an item wherever it now lies in the store; throws when it is gone.
     virtual ItemPtr GetItemFromID(const QString& entryID, const QString& storeID) const = 0;
+    // Between these two, a store may commit the changes in groups instead of one by one. Each
+    // change stays atomic by itself, so a process killed in between leaves every item either
+    // changed or where it was. endChanges commits what is left and may throw.
+    virtual void beginChanges() {}
+    virtual void endChanges() {}
 };
 using NameSpacePtr = std::shared_ptr<NameSpace>;
 
@@ -120,6 +125,10 @@ class Store {
     virtual QString StoreID() const = 0;
     // Where the store lives, for messages ("local:/home/ann/mail.tidystore").
     virtual QString location() const = 0;
+    // Grouped commits, as NameSpace::beginChanges describes; a store that commits every change
+    // at once ignores them.
+    virtual void beginChanges() {}
+    virtual void endChanges() {}
 };
 using StorePtr = std::shared_ptr<Store>;
 

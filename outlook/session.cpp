@@ -1,5 +1,7 @@
 #include "outlook/session.h"
 
+#include <exception>
+
 #include "common/failure.h"
 
 namespace tf::outlook {
@@ -49,6 +51,29 @@ ItemPtr Session::GetItemFromID(const QString& entryID, const QString& storeID) c
     }
     throw Failure(err::kAutomation,
                   QStringLiteral("The information store %1 is not open.").arg(storeID));
+}
+
+void Session::beginChanges() {
+    for (const StorePtr& store : stores_) {
+        store->beginChanges();
+    }
+}
+
+void Session::endChanges() {
+    // Every store gets its turn even when one fails; the first failure is passed on.
+    std::exception_ptr first;
+    for (const StorePtr& store : stores_) {
+        try {
+            store->endChanges();
+        } catch (...) {
+            if (!first) {
+                first = std::current_exception();
+            }
+        }
+    }
+    if (first) {
+        std::rethrow_exception(first);
+    }
 }
 
 SessionApplication::SessionApplication(std::vector<StorePtr> stores)

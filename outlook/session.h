@@ -14,6 +14,8 @@ class Session : public NameSpace, public std::enable_shared_from_this<Session> {
     FoldersPtr Folders() const override;
     FolderPtr GetDefaultFolder(long folderType) const override;
     ItemPtr GetItemFromID(const QString& entryID, const QString& storeID) const override;
+    void beginChanges() override;
+    void endChanges() override;
 
     const std::vector<StorePtr>& stores() const { return stores_; }
 

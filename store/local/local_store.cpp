@@ -1,6 +1,7 @@
 #include "store/local/local_store.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
@@ -296,7 +297,7 @@ class File : public std::enable_shared_from_this<File> {
         qint64 newSeq = 0;
         qint64 trash = 0;
         {
-            Transaction tx(db);
+            Change change(*this);
             {
                 Statement s =
                     db.prepare("SELECT folder, seq FROM items WHERE id = ? AND entry_id = ?");
@@ -329,7 +330,7 @@ class File : public std::enable_shared_from_this<File> {
                 Statement s = db.prepare("UPDATE items SET folder = ?, seq = ? WHERE id = ?");
                 s.bind(1, trash).bind(2, newSeq).bind(3, row.id).run();
             }
-            tx.commit();
+            change.commit();
         }
         forget(from, seq);
         if (from != trash) {
@@ -349,14 +350,14 @@ class File : public std::enable_shared_from_this<File> {
         }
         const qint64 seq = index(folder).at(position - 1);
         {
-            Transaction tx(db);
+            Change change(*this);
             Statement s = db.prepare("DELETE FROM items WHERE folder = ? AND seq = ?");
             s.bind(1, folder).bind(2, seq).run();
             if (db.changes() != 1) {
                 indexes_.erase(folder);
                 itemGone();
             }
-            tx.commit();
+            change.commit();
         }
         forget(folder, seq);
     }
@@ -366,7 +367,7 @@ class File : public std::enable_shared_from_this<File> {
         sync();
         std::vector<qint64> doomed;
         {
-            Transaction tx(db);
+            Change change(*this);
             std::optional<FolderRow> child = childAt(parent, position);
             if (!child) {
                 outOfBounds();
@@ -392,14 +393,95 @@ class File : public std::enable_shared_from_this<File> {
                 Statement folders = db.prepare("DELETE FROM folders WHERE id = ?");
                 folders.bind(1, id).run();
             }
-            tx.commit();
+            change.commit();
         }
         for (qint64 id : doomed) {
             indexes_.erase(id);
         }
     }
 
+    // A grouped run of changes (NameSpace::beginChanges); calls nest.
+    void beginChanges() { ++groupDepth_; }
+    void endChanges() {
+        if (groupDepth_ > 0 && --groupDepth_ == 0) {
+            commitGroup();
+        }
+    }
+
+    // One change: a transaction of its own, or a savepoint within the open group, so that a
+    // failed change is undone alone either way.
+    class Change {
+      public:
+        explicit Change(File& file) : file_(file) { file_.beginChange(); }
+        ~Change() {
+            if (!done_) {
+                file_.undoChange();
+            }
+        }
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+        void commit() {
+            file_.endChange();
+            done_ = true;
+        }
+
+      private:
+        File& file_;
+        bool done_ = false;
+    };
+
   private:
+    // A group is committed after this many changes or this long, whichever comes first: a killed
+    // run then has at most this much undone, and undone changes leave items where they were.
+    static constexpr int kGroupChanges = 256;
+    static constexpr qint64 kGroupMs = 200;
+
+    void beginChange() {
+        if (groupDepth_ == 0) {
+            db.exec("BEGIN IMMEDIATE");
+            return;
+        }
+        if (!groupOpen_) {
+            db.exec("BEGIN IMMEDIATE");
+            groupOpen_ = true;
+            groupChanges_ = 0;
+            groupTimer_.start();
+        }
+        db.exec("SAVEPOINT change");
+    }
+    void endChange() {
+        if (!groupOpen_) {
+            db.exec("COMMIT");
+            return;
+        }
+        db.exec("RELEASE change");
+        if (++groupChanges_ >= kGroupChanges || groupTimer_.elapsed() >= kGroupMs) {
+            commitGroup();
+        }
+    }
+    void undoChange() {
+        if (!groupOpen_) {
+            db.execQuietly("ROLLBACK");
+            return;
+        }
+        db.execQuietly("ROLLBACK TO change; RELEASE change");
+    }
+    void commitGroup() {
+        if (!groupOpen_) {
+            return;
+        }
+        groupOpen_ = false;
+        try {
+            db.exec("COMMIT");
+        } catch (...) {
+            // The group is undone: its items lie where they were, and the positions known here
+            // no longer hold.
+            db.execQuietly("ROLLBACK");
+            indexes_.clear();
+            throw;
+        }
+    }
+
     void forget(qint64 folder, qint64 seq) {
         auto found = indexes_.find(folder);
         if (found != indexes_.end()) {
@@ -409,6 +491,10 @@ class File : public std::enable_shared_from_this<File> {
 
     std::unordered_map<qint64, FolderIndex> indexes_;
     qint64 dataVersion_ = -1;
+    int groupDepth_ = 0;
+    bool groupOpen_ = false;
+    int groupChanges_ = 0;
+    QElapsedTimer groupTimer_;
 };
 using FilePtr = std::shared_ptr<File>;
 
@@ -602,6 +688,8 @@ class LocalStore : public outlook::Store {
         }
         return std::make_shared<LocalItem>(file_, row);
     }
+    void beginChanges() override { file_->beginChanges(); }
+    void endChanges() override { file_->endChanges(); }
     QString StoreID() const override { return file_->storeIds.at(id_); }
     QString location() const override { return file_->location; }
 

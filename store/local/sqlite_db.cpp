@@ -195,19 +195,8 @@ bool Statement::isNull(int column) const {
     return sqlite3_column_type(stmt_, column) == SQLITE_NULL;
 }
 
-Transaction::Transaction(Database& db) : db_(db) {
-    db_.exec("BEGIN IMMEDIATE");
-}
-
-Transaction::~Transaction() {
-    if (open_) {
-        sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    }
-}
-
-void Transaction::commit() {
-    db_.exec("COMMIT");
-    open_ = false;
+void Database::execQuietly(const char* sql) noexcept {
+    sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
 }
 
 }  // namespace tf::store::local

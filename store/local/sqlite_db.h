@@ -54,6 +54,8 @@ class Database {
 
     Statement prepare(const char* sql);
     void exec(const char* sql);
+    // For undoing on the way out of a failure: errors are ignored.
+    void execQuietly(const char* sql) noexcept;
     qint64 lastInsertId() const;
     int changes() const;
     const QString& path() const { return path_; }
@@ -67,20 +69,6 @@ class Database {
     QString path_;
     sqlite3* db_ = nullptr;
     std::unordered_map<std::string, sqlite3_stmt*> cache_;
-};
-
-// BEGIN IMMEDIATE ... COMMIT; rolls back when left without commit().
-class Transaction {
-  public:
-    explicit Transaction(Database& db);
-    ~Transaction();
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    void commit();
-
-  private:
-    Database& db_;
-    bool open_ = true;
 };
 
 // The message a store file's failure carries, with the file named.

@@ -129,6 +129,8 @@ class FaultyStore : public outlook::Store {
     }
     QString StoreID() const override { return inner_->StoreID(); }
     QString location() const override { return inner_->location(); }
+    void beginChanges() override { inner_->beginChanges(); }
+    void endChanges() override { inner_->endChanges(); }
 
   private:
     outlook::StorePtr inner_;
