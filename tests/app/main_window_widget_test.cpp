@@ -3,12 +3,14 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDateEdit>
 #include <QFile>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStyle>
 #include <QStyleOptionViewItem>
@@ -22,6 +24,8 @@
 #include "app/widgets/folder_tree_model.h"
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
+#include "cache/item_cache.h"
+#include "store/local/local_store.h"
 #include "store/local/sample_content.h"
 #include "store/store_locator.h"
 #include "tests/support/box_answerer.h"
@@ -274,8 +278,9 @@ void clickRow(QTableView& view, int row, Qt::KeyboardModifiers keys = {}) {
 class MarkingWidgets : public MainWindowWidgets {
   protected:
     void SetUp() override {
+        storePath = sampleStore(1);
         source = std::make_unique<store::StoreApplicationSource>(
-            QStringList{sampleStore(1)}, home.file(QStringLiteral("unused")));
+            QStringList{storePath}, home.file(QStringLiteral("unused")));
         window = std::make_unique<frmRemoveItems>(messageWindow, *source);
         ASSERT_TRUE(window->load());
         window->resize(1180, 760);
@@ -288,6 +293,7 @@ class MarkingWidgets : public MainWindowWidgets {
         return window->logic().tree.node(nodeOf(index));
     }
 
+    QString storePath;
     std::unique_ptr<store::StoreApplicationSource> source;
     frmMessageBox messageWindow;
     std::unique_ptr<frmRemoveItems> window;
@@ -366,6 +372,68 @@ TEST_F(MarkingWidgets, EveryControlShowsItsTooltip) {
     QApplication::sendEvent(run, &hover);
     EXPECT_EQ(QToolTip::text(), QStringLiteral("Start cleaning."));
     screenshot(QStringLiteral("tooltip"));
+}
+
+// The whole way through, on the real widgets: tick a folder, filter by date, press Clean, answer
+// the questions, and find the store changed as the summary says; then open an item.
+TEST_F(MarkingWidgets, CleaningATickedFolderByDateMovesItsOlderItems) {
+    const auto inboxItems = [&](const QDate& before) {
+        const outlook::ItemsPtr items = store::local::openLocalStores(storePath)
+                                            .at(0)
+                                            ->GetDefaultFolder(outlook::olFolderInbox)
+                                            ->Items();
+        long older = 0;
+        for (long i = 1; i <= items->Count(); ++i) {
+            older += toQDate(Get_Item_Date(*items->Item(i))) <= before ? 1 : 0;
+        }
+        return std::make_pair(items->Count(), older);
+    };
+    const QDate cutoff = QDate::currentDate().addYears(-3);
+    const auto [total, older] = inboxItems(cutoff);
+    ASSERT_GT(older, 1);
+    ASSERT_LT(older, total);
+
+    tickInView(*tree, folderIndex(*tree->model(), QStringLiteral("Inbox")));
+    tick(window->findChild<QCheckBox*>(QStringLiteral("chkSelectDate")));
+    // Unread items only go with Unread Items ticked; all of the older ones are to go.
+    tick(window->findChild<QCheckBox*>(QStringLiteral("chkSelectUnread")));
+    auto* date = window->findChild<QDateEdit*>(QStringLiteral("dtpCutoffDate"));
+    date->setFocus();
+    date->setDate(cutoff);
+    QTest::keyClick(date, Qt::Key_Return);
+    EXPECT_EQ(window->logic().gridLogic.Get_Rows_Selected_Count(), older);
+
+    auto* run = window->findChild<QPushButton*>(QStringLiteral("cmdRun"));
+    const qsizetype before = answerer.texts().size();
+    QTest::mouseClick(run, Qt::LeftButton);
+    const QString count = QString::number(older);
+    EXPECT_EQ(answerer.texts().mid(before),
+              QStringList({count + QStringLiteral(" items in 1 folder identified for cleaning."),
+                           QStringLiteral("Move items in \"Personal Folders\\Inbox\" folder to "
+                                          "\"Deleted Items\" folder?"),
+                           QStringLiteral(" ") + count +
+                               QStringLiteral(" items were moved to the \"Deleted Items\" "
+                                              "folder.")}));
+    EXPECT_EQ(inboxItems(cutoff), std::make_pair(total - older, 0L));
+    EXPECT_EQ(run->text(), QStringLiteral("&Clean"));
+    EXPECT_TRUE(tree->isEnabled());
+    // The grid shows what the Inbox holds now.
+    EXPECT_EQ(grid->model()->rowCount(), total - older);
+    screenshot(QStringLiteral("clean-done"));
+
+    const QRect row = grid->visualRect(grid->model()->index(1, 2));
+    // As a real double click arrives: a press and release, then the double click.
+    QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, row.center());
+    QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, row.center());
+    frmItem* item = window->itemWindow();
+    ASSERT_NE(item, nullptr);
+    EXPECT_TRUE(item->isVisible());
+    const GridRow& shown = window->logic().grid.row(2);
+    EXPECT_TRUE(item->windowTitle().startsWith(
+        window->logic().gridLogic.cell(shown, kFieldSubject) + QStringLiteral(" - ")));
+    EXPECT_TRUE(item->findChild<QPlainTextEdit*>(QStringLiteral("txtBody"))->isReadOnly());
+    screenshot(QStringLiteral("item-window"));
+    item->close();
 }
 
 }  // namespace
