@@ -193,6 +193,23 @@ TEST_F(Strategy, ItemMovedElsewhereSinceListedIsLeftAlone) {
     EXPECT_TRUE(shown(QStringLiteral(" 2 items were moved to the \"Deleted Items\" folder.")));
 }
 
+TEST_F(Strategy, ItemMovedToAnUnmarkedFolderIsNotDeletedThere) {
+    // On an in-memory store, where a test can move an item between ordinary folders as a mail
+    // rule on another computer would.
+    auto store = sampleStore();
+    load({store});
+    set("chkPermanentDelete", 1);
+    tick("Beta");
+    auto& beta = store->folder(QStringLiteral("Projects/Beta"))->items;
+    store->folder(QStringLiteral("Inbox"))->items.push_back(beta.front());
+    beta.erase(beta.begin());
+    clean();
+    EXPECT_TRUE(beta.empty());
+    EXPECT_EQ(store->folder(QStringLiteral("Inbox"))->items.size(), 5u);
+    EXPECT_TRUE(shown(kNotAll));
+    EXPECT_TRUE(shown(QStringLiteral(" 2 items were deleted.")));
+}
+
 TEST(CleaningStatusLine, NamesTheFolderTrimmedAndWritesNoughts) {
     ScriptedPrompter prompter;
     ErrorContext errors(prompter);
