@@ -164,7 +164,7 @@ bool RunChecks::Check_Deleted_Items_Folder() {
         for (int store = first; store != 0 && store <= w_.tree.count();
              store = w_.tree.Next(store)) {
             const int deletedItems = w_.records[builder_.Get_Node_Index(store)].DeletedItemsIndex;
-            if (deletedItems <= 0) {
+            if (deletedItems <= 0 || !w_.records[deletedItems].Folder) {
                 continue;
             }
             const std::int32_t selected =
