@@ -414,7 +414,12 @@ void DeletionStrategies::Delete_Selected_Folder(const outlook::FolderPtr& folder
             branch.push_back(child);
         }
     }
+    const int parentNode = w_.tree.Parent(node);
     w_.tree.detach(node);
+    // A collapsed folder's caption counts its sub-folders' items too.
+    for (int above = parentNode; above != 0; above = w_.tree.Parent(above)) {
+        builder_.Set_Node_Text(above);
+    }
 }
 
 }  // namespace tf

@@ -232,11 +232,13 @@ bool RunChecks::Confirm_Current_Folder(int node) {
 }
 
 int RunChecks::Confirm_Current_Item(const outlook::Item& item) {
-    Procedure procedure(w_.errors.stack, QStringLiteral("Confirm_Current_Item"));
     if (!on("chkConfirmItems")) {
         return Prompter::Yes;
     }
-    return w_.prompter.ask(verb() + QStringLiteral(" item ") + item.Subject() + destination(),
+    // Read first: a failing store call must not leave this procedure's name on the stack.
+    const QString subject = item.Subject();
+    Procedure procedure(w_.errors.stack, QStringLiteral("Confirm_Current_Item"));
+    return w_.prompter.ask(verb() + QStringLiteral(" item ") + subject + destination(),
                            Prompter::YesNoCancel);
 }
 
