@@ -161,6 +161,7 @@ class File : public std::enable_shared_from_this<File> {
         const qint64 version = s.int64(0);
         if (version != dataVersion_) {
             indexes_.clear();
+            deletedItems_.clear();
             dataVersion_ = version;
         }
     }
@@ -308,14 +309,7 @@ class File : public std::enable_shared_from_this<File> {
                 from = s.int64(0);
                 seq = s.int64(1);
             }
-            std::optional<FolderRow> deleted =
-                defaultFolder(row.store, outlook::olFolderDeletedItems);
-            if (!deleted) {
-                throw Failure(err::kAutomation,
-                              QStringLiteral("The operation failed. The store has no "
-                                             "\"Deleted Items\" folder."));
-            }
-            trash = deleted->id;
+            trash = deletedItemsOf(row.store);
             if (from == trash) {
                 Statement s = db.prepare("DELETE FROM items WHERE id = ?");
                 s.bind(1, row.id).run();
@@ -339,6 +333,21 @@ class File : public std::enable_shared_from_this<File> {
                 found->second.seqs.push_back(newSeq);
             }
         }
+    }
+
+    // The store's "Deleted Items" folder; looked up once until the file changes elsewhere.
+    qint64 deletedItemsOf(qint64 store) {
+        const auto known = deletedItems_.find(store);
+        if (known != deletedItems_.end()) {
+            return known->second;
+        }
+        const std::optional<FolderRow> deleted =
+            defaultFolder(store, outlook::olFolderDeletedItems);
+        if (!deleted) {
+            throw Failure(err::kAutomation, QStringLiteral("The operation failed. The store has no "
+                                                           "\"Deleted Items\" folder."));
+        }
+        return deletedItems_.emplace(store, deleted->id).first->second;
     }
 
     // Items::Remove: deletes the item at a position for good.
@@ -478,6 +487,7 @@ class File : public std::enable_shared_from_this<File> {
             // no longer hold.
             db.execQuietly("ROLLBACK");
             indexes_.clear();
+            deletedItems_.clear();
             throw;
         }
     }
@@ -490,6 +500,7 @@ class File : public std::enable_shared_from_this<File> {
     }
 
     std::unordered_map<qint64, FolderIndex> indexes_;
+    std::unordered_map<qint64, qint64> deletedItems_;  // store -> its Deleted Items folder
     qint64 dataVersion_ = -1;
     int groupDepth_ = 0;
     bool groupOpen_ = false;
