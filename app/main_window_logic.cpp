@@ -221,11 +221,14 @@ void RemoveItemsLogic::Load_Interface() {
 
             cache.Cache_Folder_Items();
             if (flags.AllFoldersCached) {
+                // A Refresh that came before this pass began is answered by it.
+                flags.ReloadRequested = false;
                 splitters.reapplyInterruptedDrag();
                 prompter_.ask(QStringLiteral("All Folders Loaded"), Prompter::OkOnly);
                 break;
             }
-            if (!flags.ReloadRequested) {
+            // Once the windows are unloaded, nothing is loaded again.
+            if (!flags.ReloadRequested || Unloaded) {
                 break;
             }
             // Cleared before building again, or one Refresh would rebuild for ever.

@@ -118,11 +118,13 @@ DeletionStrategies::Outcome DeletionStrategies::Delete_Current_Item(const outloo
                            "touched."));
         return Outcome::Failed;
     }
-    const bool inDeletedItems = place->deletedItemsID.isEmpty()
-                                    ? parentName == DeletedItemsFolders::kName
-                                    : parentID == place->deletedItemsID;
-    // A delete in "Deleted Items" is for good, which only Permanent Delete asks for.
-    if (inDeletedItems && !on("chkPermanentDelete")) {
+    // Goes by the folder's name: an item in a folder of the user's that is called "Deleted Items"
+    // is deleted once, which moves it into the store's own, where it can still be recovered.
+    const bool inDeletedItems = parentName == DeletedItemsFolders::kName;
+    const bool inStoresDeletedItems =
+        !place->deletedItemsID.isEmpty() && parentID == place->deletedItemsID;
+    // A delete in the store's "Deleted Items" is for good, which only Permanent Delete asks for.
+    if ((inDeletedItems || inStoresDeletedItems) && !on("chkPermanentDelete")) {
         refuse(
             QStringLiteral("The item lies in \"Deleted Items\", where a delete is final, and "
                            "Permanent Delete is off."));
@@ -158,7 +160,8 @@ void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int 
         const QString name = folder->Name();
         const outlook::ItemsPtr items = folder->Items();
         const bool forGood = on("chkPermanentDelete");
-        if (!forGood && w_.records[index].DeletedItemsIndex == index) {
+        if (!forGood &&
+            (w_.records[index].DeletedItemsIndex == index || name == DeletedItemsFolders::kName)) {
             // Each delete there would be final, which only Permanent Delete asks for.
             refuse(
                 QStringLiteral("Items in \"Deleted Items\" are deleted only with Permanent "
@@ -183,9 +186,13 @@ void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int 
                 failed(QStringLiteral("Turbo Delete - Unable to delete item"),
                        kFolderPrefix + name);
             }
-            if (checked % 100 == 0) {
+            // The status follows the run's own count, so its figures are whole hundreds of the
+            // run; a stretch of failures still yields, so Cancel stays usable.
+            if (removed && state_.ProcessedCount % 100 == 0) {
                 status_.Display_Cleaning_Status(name, checked, w_.records[index].DeletedCount,
                                                 state_.ProcessedCount);
+                w_.yield.yield();
+            } else if (!removed && checked % 100 == 0) {
                 w_.yield.yield();
             }
         }

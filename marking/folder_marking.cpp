@@ -261,8 +261,6 @@ void FolderMarking::mnuUnmark_Click() {
             Unmark_Nodes(w_.tree.topLevel().front());
         }
         grid_.Remove_All_Rows();
-        // With one folder shown, the current folder's items stay in view, none of them marked.
-        grid_.Add_All_Folders_Rows(RowMarker::None);
         grid_.Mark_Or_Unmark_Filtered_Rows(false, true);
         enabling_.Enable_Command_Buttons();
     });

@@ -4,15 +4,17 @@
 
 namespace tf {
 
-// Where the session comes from: the stores that are already open (named on the command line),
-// or a new session on the default store.
+// Where the session comes from. Attaching takes the stores named at start; starting opens a new
+// session, on those same stores when some were named, else on the default store.
 class ApplicationSource {
   public:
     virtual ~ApplicationSource() = default;
     // Attaches to the stores named at start. Empty when none was named. A named store that cannot
     // be opened throws a Failure whose description says which store and why.
     virtual outlook::ApplicationPtr GetObject() = 0;
-    // Opens the default store, making it with sample content on first run. Throws when it cannot.
+    // Opens the stores named at start, or, when none was named, the default store, making it with
+    // sample content on first run. Never opens the default store in place of a named one. Throws
+    // when it cannot.
     virtual outlook::ApplicationPtr CreateObject() = 0;
 };
 

@@ -38,10 +38,11 @@ class FolderRecords {
     FolderData& operator[](int index) { return records_.at(checked(index)); }
     const FolderData& operator[](int index) const { return records_.at(checked(index)); }
 
-    // Clears the counters and flags of one record, and the items it had cached; the folder stays,
-    // and so does the index of its store's "Deleted Items", which a reload does not change.
+    // Clears the three numbers after the folder, the flags and the items it had cached; the
+    // folder stays. The store's "Deleted Items" index is found again by the next tree build.
     void reset(int index) {
         FolderData& record = (*this)[index];
+        record.DeletedItemsIndex = 0;
         record.CachedCount = 0;
         record.GridCount = 0;
         record.Loaded = false;

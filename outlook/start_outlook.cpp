@@ -1,6 +1,23 @@
 #include "outlook/start_outlook.h"
 
+#include <functional>
+
 namespace tf {
+
+namespace {
+
+// Tries one way to a session with errors ignored; a failure leaves no application behind and
+// its reason in the session's notes, not on the screen.
+void tryWay(ErrorContext& errors, OutlookSession& session,
+            const std::function<outlook::ApplicationPtr()>& way) {
+    if (!errors.attempt([&] { session.application = way(); })) {
+        session.application.reset();
+        session.startFailures << errors.current.description;
+        errors.current.clear();
+    }
+}
+
+}  // namespace
 
 bool Start_Outlook(ErrorContext& errors, Prompter& prompter, MessageWindow& messageWindow,
                    ApplicationSource& source, bool debug, OutlookSession& session) {
@@ -9,26 +26,12 @@ bool Start_Outlook(ErrorContext& errors, Prompter& prompter, MessageWindow& mess
         messageWindow.setText(pleaseWaitText(QStringLiteral("Initializing Outlook.")));
         result = true;
 
-        // A store named by the user that cannot be opened is reported as it is; falling back to
-        // the default store would show the user someone else's folders.
-        if (!errors.attempt([&] { session.application = source.GetObject(); })) {
-            prompter.ask(errors.current.description, Prompter::OkOnly | Prompter::Critical);
-            errors.current.clear();
-            result = false;
-            return;
-        }
-
+        tryWay(errors, session, [&] { return source.GetObject(); });
         if (!session.application) {
             if (debug) {
                 prompter.tell(QStringLiteral("GetObject() Did Not Work"));
             }
-            if (!errors.attempt([&] { session.application = source.CreateObject(); })) {
-                // Say why before the standard notice: a damaged default store is the user's to
-                // repair or move aside, and retrying will not help.
-                session.application.reset();
-                prompter.ask(errors.current.description, Prompter::OkOnly | Prompter::Critical);
-                errors.current.clear();
-            }
+            tryWay(errors, session, [&] { return source.CreateObject(); });
         }
         if (!session.application) {
             prompter.tell(QStringLiteral("Unable to initialize Outlook.  Please try again."));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 #include "common/message_window.h"
 #include "common/prompter.h"
 #include "errors/error_trap.h"
@@ -10,10 +12,13 @@ namespace tf {
 struct OutlookSession {
     outlook::ApplicationPtr application;
     outlook::NameSpacePtr nameSpace;
+    // Why each way to a session failed, for the program's own diagnostics (standard error); the
+    // window shows one plain message whatever the reasons.
+    QStringList startFailures;
 };
 
-// Reaches the store session at start-up: attach first, start second. Returns false, after saying
-// why, when no session could be had.
+// Reaches the store session at start-up: attach first, start second, each with errors ignored.
+// Returns false, after one message, when no session could be had.
 bool Start_Outlook(ErrorContext& errors, Prompter& prompter, MessageWindow& messageWindow,
                    ApplicationSource& source, bool debug, OutlookSession& session);
 

@@ -84,6 +84,10 @@ outlook::ApplicationPtr StoreApplicationSource::GetObject() {
     if (locations_.isEmpty()) {
         return nullptr;
     }
+    return openNamedStores();
+}
+
+outlook::ApplicationPtr StoreApplicationSource::openNamedStores() const {
     std::vector<outlook::StorePtr> stores;
     for (const QString& location : locations_) {
         try {
@@ -101,6 +105,11 @@ outlook::ApplicationPtr StoreApplicationSource::GetObject() {
 }
 
 outlook::ApplicationPtr StoreApplicationSource::CreateObject() {
+    // The user named these stores; showing another store's folders instead would invite cleaning
+    // the wrong mail.
+    if (!locations_.isEmpty()) {
+        return openNamedStores();
+    }
     if (!QFileInfo::exists(defaultStore_)) {
         const QFileInfo info(defaultStore_);
         if (!QDir().mkpath(info.absolutePath())) {

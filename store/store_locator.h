@@ -19,7 +19,7 @@ std::vector<outlook::StorePtr> openStores(const QString& location);
 QString defaultStorePath();
 
 // The session's source for the program: the stores named on the command line, else the default
-// store, made with sample content the first time.
+// store, made with sample content the first time. A failure names the store and the reason.
 class StoreApplicationSource : public ApplicationSource {
   public:
     StoreApplicationSource(QStringList locations, QString defaultStore);
@@ -27,6 +27,8 @@ class StoreApplicationSource : public ApplicationSource {
     outlook::ApplicationPtr CreateObject() override;
 
   private:
+    outlook::ApplicationPtr openNamedStores() const;
+
     QStringList locations_;
     QString defaultStore_;
 };

@@ -115,6 +115,15 @@ int main(int argc, char* argv[]) {
         });
     }
     if (!window.load()) {
+        // The window says only that no session could be had; whoever started the program from a
+        // terminal also learns why.
+        for (const QString& reason : window.logic().session.startFailures) {
+            QTextStream(stderr) << "tidyfold: "
+                                << QString(reason)
+                                       .replace(QStringLiteral("\r\n\r\n"), QStringLiteral(" "))
+                                       .replace(QStringLiteral("\r\n"), QStringLiteral(" "))
+                                << "\n";
+        }
         return 1;
     }
     if (!window.isVisible() || screenshotTaken) {

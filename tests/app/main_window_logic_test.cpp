@@ -182,6 +182,42 @@ TEST_F(MainWindowLogic, RefreshWhileLoadingStartsTheLoadOverWithoutAnnouncingThe
     EXPECT_TRUE(logic.flags.AllFoldersCached);
 }
 
+TEST_F(MainWindowLogic, OnceQuitHasUnloadedTheWindowsNothingIsLoadedAgain) {
+    useStore(store());
+    // Yield 2 is the one just before loading: a Refresh pressed while start-up is under way is
+    // answered by the pass that follows, and is not left standing.
+    yield.at(2, [&] { logic.mnuRefresh_Click(); });
+    ASSERT_TRUE(logic.Form_Load());
+    EXPECT_FALSE(logic.flags.ReloadRequested);
+    ASSERT_EQ(log.events().count(QStringLiteral("message:show")), 1);
+
+    // A later load is interrupted by a confirmed Quit.
+    shell.onUnloadMain = [&] { logic.Form_Unload(); };
+    prompter.forget();
+    prompter.answer(Prompter::Yes);
+    yield.at(yield.count() + 4, [&] { logic.mnuQuit_Click(); });
+    logic.mnuRefresh_Click();
+
+    EXPECT_TRUE(logic.Unloaded);
+    EXPECT_EQ(log.events().count(QStringLiteral("message:show")), 2);  // no third tree build
+    EXPECT_FALSE(logic.flags.AllFoldersCached);                        // and no load to the end
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("Quit Tidyfold?")});
+}
+
+TEST_F(MainWindowLogic, ARefreshDuringAnInterruptedLoadStillStartsOver) {
+    auto s = store();
+    useStore(s);
+    ASSERT_TRUE(logic.Form_Load());
+    prompter.forget();
+    const int builds = static_cast<int>(log.events().count(QStringLiteral("message:show")));
+    // Inside the loading of a Refresh, the user presses Refresh again.
+    yield.at(yield.count() + 4, [&] { logic.mnuRefresh_Click(); });
+    logic.mnuRefresh_Click();
+    EXPECT_EQ(log.events().count(QStringLiteral("message:show")), builds + 2);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("All Folders Loaded")});
+    EXPECT_FALSE(logic.flags.ReloadRequested);
+}
+
 TEST_F(MainWindowLogic, RefreshAfterLoadingRebuildsAtOnce) {
     auto s = store();
     useStore(s);

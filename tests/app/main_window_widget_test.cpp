@@ -110,8 +110,13 @@ TEST_F(MainWindowWidgets, ADamagedNamedStoreIsReportedAndTheProgramEnds) {
     frmMessageBox messageWindow;
     frmRemoveItems window(messageWindow, source);
     EXPECT_FALSE(window.load());
-    ASSERT_EQ(answerer.texts().size(), 1);
-    EXPECT_TRUE(answerer.texts().first().contains(broken));
+    EXPECT_EQ(answerer.texts(),
+              QStringList{QStringLiteral("Unable to initialize Outlook.  Please try again.")});
+    // Attaching and starting both tried the named store, and both reasons name it.
+    const QStringList reasons = window.logic().session.startFailures;
+    ASSERT_EQ(reasons.size(), 2);
+    EXPECT_TRUE(reasons[0].contains(broken));
+    EXPECT_TRUE(reasons[1].contains(broken));
     EXPECT_FALSE(window.isVisible());
     EXPECT_FALSE(QFile::exists(defaultStore));
 }

@@ -89,6 +89,58 @@ TEST_F(Strategy, TurboDeletesEveryItemForGoodAndReportsEveryHundred) {
     EXPECT_TRUE(panels.saw(QStringLiteral("1:Cleaning Folder \"Alpha\"")));
 }
 
+TEST_F(Strategy, TurboStatusCountsHundredsOfTheWholeRun) {
+    auto layout = sampleStore();
+    layout->addItems(layout->folder(QStringLiteral("Projects/Alpha")), 145);  // 150 in all
+    layout->addItems(layout->folder(QStringLiteral("Projects/Beta")), 150);   // 153 in all
+    loadLocal({layout});
+    set("chkTurbo", 1);
+    tick("Alpha");
+    tick("Beta");
+    clean();
+    EXPECT_TRUE(shown(QStringLiteral(" 303 items were deleted.")));
+    std::vector<QString> progress;
+    for (const QString& text : panels.texts) {
+        if (text.startsWith(QLatin1String("2:Checked"))) {
+            progress.push_back(text);
+        }
+    }
+    EXPECT_EQ(progress, (std::vector<QString>{
+                            QStringLiteral("2:Checked: 100, Deleted: Folder - 100, Total - 100"),
+                            QStringLiteral("2:Checked: 50, Deleted: Folder - 50, Total - 200"),
+                            QStringLiteral("2:Checked: 150, Deleted: Folder - 150, Total - 300")}));
+}
+
+TEST_F(Strategy, PermanentDeleteInAUsersOwnDeletedItemsFolderLeavesTheItemsRecoverable) {
+    auto layout = sampleStore();
+    const auto own = layout->addFolder(layout->folder(QStringLiteral("Projects")),
+                                       QStringLiteral("Deleted Items"));
+    layout->addItem(own, dated(2020, 3, 1, QStringLiteral("kept draft")));
+    layout->addItem(own, dated(2020, 3, 2, QStringLiteral("old notes")));
+    loadLocal({layout});
+    int ownNode = 0;
+    for (int n = logic.tree.Child(node(QStringLiteral("Projects"))); n != 0;
+         n = logic.tree.Next(n)) {
+        if (logic.records[n].Folder->Name() == QStringLiteral("Deleted Items")) {
+            ownNode = n;
+        }
+    }
+    ASSERT_NE(ownNode, 0);
+    set("chkPermanentDelete", 1);
+    tick(ownNode);
+    ASSERT_TRUE(logic.tree.node(ownNode).Checked);
+    clean();
+
+    EXPECT_EQ(inStore(QStringLiteral("Projects/Deleted Items")), 0);
+    // Deleted once, as items already in a folder of that name are: into the store's own.
+    const QStringList inDeletedItems = subjects(QStringLiteral("Deleted Items"));
+    EXPECT_EQ(inDeletedItems.size(), 4);
+    EXPECT_TRUE(inDeletedItems.contains(QStringLiteral("kept draft")));
+    EXPECT_TRUE(inDeletedItems.contains(QStringLiteral("old notes")));
+    EXPECT_FALSE(shown(kNotAll));
+    EXPECT_TRUE(shown(QStringLiteral(" 2 items were deleted.")));
+}
+
 TEST_F(Strategy, PickedRowsAloneAreMovedAndTheOtherPicksStay) {
     loadLocal();
     click("Beta");

@@ -121,6 +121,52 @@ TEST_F(FolderMarkingTest, TickingAStoreLeavesItsDeletedItemsOutUnlessPermanentDe
     EXPECT_EQ(prompter.texts().size(), 1);
 }
 
+TEST_F(FolderMarkingTest, UnmarkEmptiesTheListWhateverShowAllFoldersSays) {
+    set("chkShowAllFolders", 1);
+    tick("Inbox");
+    tick("Beta");
+    ASSERT_EQ(rows(), 4 + 3);
+    logic.marking.mnuUnmark_Click();
+    EXPECT_EQ(rows(), 0);
+    EXPECT_EQ(logic.marking.Count_Selected_Nodes(), 0);
+    EXPECT_FALSE(enabled("cmdRun"));
+
+    set("chkShowAllFolders", 0);
+    click("Alpha");
+    ASSERT_EQ(rows(), 5);
+    logic.marking.mnuUnmark_Click();
+    EXPECT_EQ(rows(), 0);
+}
+
+TEST_F(FolderMarkingTest, DeletedItemsRulesHoldAfterItsRecordIsReset) {
+    // Refresh Current on the store and on Deleted Items resets their records, index included.
+    for (const char* folder : {"Personal Folders", "Deleted Items"}) {
+        logic.tree.select(node(QLatin1String(folder)));
+        logic.mnuRefreshCurrent_Click();
+    }
+    ASSERT_EQ(record(QStringLiteral("Deleted Items")).DeletedItemsIndex, 0);
+    ASSERT_EQ(logic.records[1].DeletedItemsIndex, 0);
+
+    tick("Deleted Items");
+    EXPECT_FALSE(checked("Deleted Items"));
+    EXPECT_EQ(prompter.texts(), QStringList{kDeletedItemsRefused});
+
+    // Marking a branch still leaves Deleted Items out while Permanent Delete is off.
+    set("chkMarkSubFolders", 1);
+    tick("Personal Folders");
+    EXPECT_FALSE(checked("Deleted Items"));
+    EXPECT_TRUE(checked("Inbox"));
+
+    tick("Personal Folders");
+    logic.marking.mnuUnmark_Click();
+    set("chkPermanentDelete", 1);
+    tick("Deleted Items");
+    EXPECT_TRUE(checked("Deleted Items"));
+    // Permanent Delete cannot be taken away while Deleted Items is marked.
+    set("chkPermanentDelete", 0);
+    EXPECT_EQ(value("chkPermanentDelete"), 1);
+}
+
 class TwoStoreMarkingTest : public MarkingFixture {
   protected:
     void SetUp() override {
@@ -281,7 +327,7 @@ TEST_F(FolderMarkingTest, UnmarkClearsEveryMarkAndLeavesNothingToClean) {
     EXPECT_EQ(logic.marking.Count_Selected_Nodes(), 0);
     EXPECT_FALSE(bold("Alpha"));
     EXPECT_TRUE(logic.tree.node(1).Expanded);  // the store stays open
-    EXPECT_EQ(rows(), 4);                      // the current folder is still in view
+    EXPECT_EQ(rows(), 0);                      // the list is empty until a folder is picked again
     EXPECT_EQ(selectedRows(), 0);
     EXPECT_FALSE(enabled("cmdRun"));
     EXPECT_FALSE(enabled("mnuUnmark"));

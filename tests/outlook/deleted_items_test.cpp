@@ -89,14 +89,25 @@ TEST_F(DeletedItemsTest, AMarkedDeletedItemsFolderIsAllowedOnlyWithPermanentDele
     EXPECT_TRUE(logic.deletedItems.Allow_Deleted_Items_Folder(deleted));
 }
 
-TEST_F(DeletedItemsTest, AReloadKeepsTheStoresDeletedItemsIndex) {
+TEST_F(DeletedItemsTest, AResetClearsTheIndexUntilTheFoldersAreAssignedAgain) {
     open({storeWithInbox(2)});
     ASSERT_TRUE(logic.Form_Load());
-    const int before = record(QStringLiteral("Inbox")).DeletedItemsIndex;
-    ASSERT_NE(before, 0);
+    const int deleted = node(QStringLiteral("Deleted Items"));
+    ASSERT_EQ(record(QStringLiteral("Inbox")).DeletedItemsIndex, deleted);
+    record(QStringLiteral("Inbox")).DeletedCount = 7;
+
     logic.tree.select(node(QStringLiteral("Inbox")));
     logic.mnuRefreshCurrent_Click();
-    EXPECT_EQ(record(QStringLiteral("Inbox")).DeletedItemsIndex, before);
+    const FolderData& inbox = record(QStringLiteral("Inbox"));
+    EXPECT_EQ(inbox.DeletedItemsIndex, 0);
+    EXPECT_EQ(inbox.DeletedCount, 7);  // the field before the folder is the strategies' own
+    EXPECT_TRUE(inbox.Folder);
+    // The other folders keep theirs; only the reset record lost it.
+    EXPECT_EQ(record(QStringLiteral("Sent Items")).DeletedItemsIndex, deleted);
+    EXPECT_TRUE(inbox.Loaded);  // read again by the cache, which does not assign the index
+
+    logic.deletedItems.Assigne_Deleted_Items_Folders();
+    EXPECT_EQ(record(QStringLiteral("Inbox")).DeletedItemsIndex, deleted);
 }
 
 }  // namespace

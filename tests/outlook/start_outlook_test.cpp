@@ -70,26 +70,44 @@ TEST_F(StartOutlook, GivesUpWhenNeitherWayWorks) {
     EXPECT_FALSE(session.nameSpace);
 }
 
-TEST_F(StartOutlook, ExplainsADamagedDefaultStoreBeforeGivingUp) {
+TEST_F(StartOutlook, AFailedAttachIsIgnoredAndASessionIsStarted) {
+    source.getObjectFailure = Failure(err::kAutomation, QStringLiteral("not running"));
+    source.created = application();
+    EXPECT_TRUE(start());
+    EXPECT_EQ(source.createObjectCalls, 1);
+    EXPECT_TRUE(session.nameSpace);
+    EXPECT_TRUE(prompter.shown().empty());
+    EXPECT_FALSE(errors.current.isSet());
+    EXPECT_EQ(errors.stack.count(), 0);
+}
+
+TEST_F(StartOutlook, WhenBothWaysFailTheOnlyMessageIsTheStandardOne) {
+    source.getObjectFailure = Failure(
+        err::kAutomation, QStringLiteral("The store \"/tmp/x\" could not be opened.\r\n\r\nbad"));
     source.createObjectFailure =
         Failure(err::kAutomation, QStringLiteral("The default store could not be opened."));
     EXPECT_FALSE(start());
-    EXPECT_EQ(prompter.texts(),
-              (QStringList{QStringLiteral("The default store could not be opened."),
-                           QStringLiteral("Unable to initialize Outlook.  Please try again.")}));
-    EXPECT_FALSE(errors.current.isSet());
-}
-
-TEST_F(StartOutlook, ANamedStoreThatFailsIsReportedAndNeverReplacedByTheDefault) {
-    source.getObjectFailure = Failure(
-        err::kAutomation, QStringLiteral("The store \"/tmp/x\" could not be opened.\r\n\r\nbad"));
-    source.created = application();
-    EXPECT_FALSE(start());
-    EXPECT_EQ(source.createObjectCalls, 0);
+    EXPECT_EQ(source.getObjectCalls, 1);
+    EXPECT_EQ(source.createObjectCalls, 1);
     ASSERT_EQ(prompter.shown().size(), 1u);
     EXPECT_EQ(prompter.last().text,
-              QStringLiteral("The store \"/tmp/x\" could not be opened.\r\n\r\nbad"));
-    EXPECT_EQ(prompter.last().buttons, Prompter::OkOnly | Prompter::Critical);
+              QStringLiteral("Unable to initialize Outlook.  Please try again."));
+    EXPECT_EQ(prompter.last().buttons, Prompter::OkOnly);
+    EXPECT_FALSE(errors.current.isSet());
+    EXPECT_FALSE(session.application);
+    // The reasons are kept for the terminal, in the order the ways were tried.
+    EXPECT_EQ(session.startFailures,
+              (QStringList{QStringLiteral("The store \"/tmp/x\" could not be opened.\r\n\r\nbad"),
+                           QStringLiteral("The default store could not be opened.")}));
+}
+
+TEST_F(StartOutlook, ADamagedDefaultStoreGivesOnlyTheStandardMessage) {
+    source.createObjectFailure =
+        Failure(err::kAutomation, QStringLiteral("The default store could not be opened."));
+    EXPECT_FALSE(start(true));
+    EXPECT_EQ(prompter.texts(),
+              (QStringList{QStringLiteral("GetObject() Did Not Work"),
+                           QStringLiteral("Unable to initialize Outlook.  Please try again.")}));
 }
 
 TEST_F(StartOutlook, ANamespaceThatCannotBeHadClosesTheMessageWindow) {

@@ -63,7 +63,9 @@ TEST_F(ChangeGroups, LongGroupsAreCommittedAsTheyGo) {
     for (int i = 0; i < 300; ++i) {
         inbox()->Item(1)->Delete();
     }
-    EXPECT_GE(countElsewhere(outlook::olFolderDeletedItems), 256);
+    // At the latest after 256 changes a group is committed; a slow machine commits sooner, when
+    // 200 ms have passed, so the count seen here depends on the machine's speed.
+    EXPECT_GT(countElsewhere(outlook::olFolderDeletedItems), 0);
     store_->endChanges();
     EXPECT_EQ(countElsewhere(outlook::olFolderDeletedItems), 300);
 }

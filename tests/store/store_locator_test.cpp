@@ -98,6 +98,22 @@ TEST_F(StoreLocator, ANamedStoreThatFailsIsNamedWithTheReason) {
               QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n").arg(missing).size());
 }
 
+TEST_F(StoreLocator, StartingASessionOpensTheNamedStoresNeverTheDefault) {
+    const QString defaultStore = home.file(QStringLiteral("default.tidystore"));
+    const QString missing = home.file(QStringLiteral("nowhere.tidystore"));
+    store::StoreApplicationSource failing({missing}, defaultStore);
+    EXPECT_TRUE(failureOf([&] { failing.CreateObject(); }).contains(missing));
+    EXPECT_FALSE(QFile::exists(defaultStore));
+
+    sample(QStringLiteral("mine.tidystore"));
+    store::StoreApplicationSource named({home.file(QStringLiteral("mine.tidystore"))},
+                                        defaultStore);
+    const outlook::ApplicationPtr app = named.CreateObject();
+    ASSERT_TRUE(app);
+    EXPECT_EQ(app->GetNamespace(QStringLiteral("MAPI"))->Folders()->Count(), 1);
+    EXPECT_FALSE(QFile::exists(defaultStore));
+}
+
 TEST_F(StoreLocator, AMaildirIsNamedAfterItsFolderOrTheNameInTheUrl) {
     store::maildir::MaildirWriter writer(home.file(QStringLiteral("Mail")));
     writer.addFolder(QStringLiteral(".Archive"));
