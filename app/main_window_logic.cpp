@@ -8,64 +8,16 @@
 
 namespace tf {
 
-QStringList mainWindowControlNames() {
-    return {QStringLiteral("trvFolders"),
-            QStringLiteral("grdItems"),
-            QStringLiteral("picSlider"),
-            QStringLiteral("picSlider2"),
-            QStringLiteral("frmOptions"),
-            QStringLiteral("lblCurrentFolder"),
-            QStringLiteral("lblScreenOptions"),
-            QStringLiteral("chkMarkSubFolders"),
-            QStringLiteral("chkCollapseFolders"),
-            QStringLiteral("chkShowAllFolders"),
-            QStringLiteral("chkShowSelectedItems"),
-            QStringLiteral("chkShowUnselectedItems"),
-            QStringLiteral("chkSelectByRow"),
-            QStringLiteral("lblProcessingOptions"),
-            QStringLiteral("chkTurbo"),
-            QStringLiteral("chkPermanentDelete"),
-            QStringLiteral("chkConfirmFolders"),
-            QStringLiteral("chkConfirmItems"),
-            QStringLiteral("chkDeleteFolders"),
-            QStringLiteral("lblFilterOptions"),
-            QStringLiteral("chkSelectUnread"),
-            QStringLiteral("chkSelectDate"),
-            QStringLiteral("chkSelectSubject"),
-            QStringLiteral("chkSelectType"),
-            QStringLiteral("chkType43"),
-            QStringLiteral("chkType26"),
-            QStringLiteral("chkType40"),
-            QStringLiteral("chkType42"),
-            QStringLiteral("chkType48"),
-            QStringLiteral("chkType44"),
-            QStringLiteral("txtSelectSubject"),
-            QStringLiteral("dtpCutoffDate"),
-            QStringLiteral("chkMatchCase"),
-            QStringLiteral("chkMatchWord"),
-            QStringLiteral("cmdRun"),
-            QStringLiteral("cmddebug"),
-            QStringLiteral("linOptions1"),
-            QStringLiteral("linOptions2"),
-            QStringLiteral("sbStatusBar"),
-            QStringLiteral("mnuRun"),
-            QStringLiteral("mnuRefresh"),
-            QStringLiteral("mnuRefreshCurrent"),
-            QStringLiteral("mnuUnmark"),
-            QStringLiteral("mnuResetOptions")};
-}
-
 RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWindow& messageWindow,
                                    WindowShell& shell, ApplicationSource& source)
     : errors(prompter),
-      controls(mainWindowControlNames()),
       treeBuilder(parts(prompter, yield), messageWindow),
       deletedItems(errors, tree, records, treeBuilder, controls),
       filters(controls, tree, records),
       gridLogic(parts(prompter, yield), treeBuilder, filters, deletedItems),
       cache(parts(prompter, yield), treeBuilder, gridLogic),
       reload(parts(prompter, yield), treeBuilder, gridLogic),
-      enabling(parts(prompter, yield), gridLogic),
+      enabling(parts(prompter, yield)),
       options(parts(prompter, yield), gridLogic, enabling),
       marking(parts(prompter, yield), treeBuilder, deletedItems, gridLogic, reload, enabling),
       processing(parts(prompter, yield), marking, treeBuilder, deletedItems, gridLogic, enabling),
@@ -74,7 +26,7 @@ RemoveItemsLogic::RemoveItemsLogic(Prompter& prompter, Yield& yield, MessageWind
                enabling, marking),
       itemDisplay(parts(prompter, yield), treeBuilder),
       splitters(errors, controls),
-      help(errors, prompter, controls, mainWindowControlNames()),
+      help(errors, prompter, controls),
       prompter_(prompter),
       yield_(yield),
       messageWindow_(messageWindow),
@@ -94,7 +46,7 @@ WindowParts RemoveItemsLogic::parts(Prompter& prompter, Yield& yield) {
 
 void RemoveItemsLogic::setDesignTimeValues() {
     for (const TypeBox& box : kTypeBoxes) {
-        controls.setCaption(QLatin1String(box.name), QLatin1String(box.caption));
+        controls.setCaption(box.control, QLatin1String(box.caption));
     }
     enabling.setStartValues();
 }
@@ -119,11 +71,11 @@ bool RemoveItemsLogic::Form_Load() {
         treeBuilder.setNameSpace(session.nameSpace);
 
         p.step(QStringLiteral("Set Variables"));
-        controls.update(QStringLiteral("dtpCutoffDate"),
+        controls.update(Control::dtpCutoffDate,
                         [](ControlState& c) { c.date = toOleDate(QDate::currentDate()); });
         flags.Processing = false;
         Debug = false;
-        controls.setVisible(QStringLiteral("cmddebug"), false);
+        controls.setVisible(Control::cmddebug, false);
         enabling.Load_Tooltips();
         p.endSteps();
 
@@ -151,47 +103,46 @@ bool RemoveItemsLogic::Form_Load() {
 void RemoveItemsLogic::alignControls(Procedure& p) {
     const auto& c = controls;
     p.step(QStringLiteral("Align Lines"));
-    for (const QString& line : {QStringLiteral("linOptions1"), QStringLiteral("linOptions2")}) {
+    for (const Control line : {Control::linOptions1, Control::linOptions2}) {
         controls.update(line, [&](ControlState& s) {
             s.x1 = 75;
-            s.x2 = c[QStringLiteral("frmOptions")].width - 75;
+            s.x2 = c[Control::frmOptions].width - 75;
         });
     }
     p.endSteps();
 
     p.step(QStringLiteral("Align Options Box"));
-    controls.update(QStringLiteral("frmOptions"), [](ControlState& s) {
+    controls.update(Control::frmOptions, [](ControlState& s) {
         s.top -= 85;
         s.height += 85;
     });
     p.endSteps();
 
     p.step(QStringLiteral("Align Folder Box"));
-    const ControlState& gridControl = c[QStringLiteral("grdItems")];
-    controls.update(QStringLiteral("lblCurrentFolder"), [&](ControlState& s) {
+    const ControlState& gridControl = c[Control::grdItems];
+    controls.update(Control::lblCurrentFolder, [&](ControlState& s) {
         s.left = gridControl.left + 75;
         s.width = gridControl.width - 75;
     });
     p.endSteps();
 
-    const ControlState& frame = c[QStringLiteral("frmOptions")];
+    const ControlState& frame = c[Control::frmOptions];
     p.step(QStringLiteral("Align Command Button"));
-    controls.update(QStringLiteral("cmdRun"), [&](ControlState& s) {
+    controls.update(Control::cmdRun, [&](ControlState& s) {
         s.left = frame.left;
         s.width = frame.width;
     });
     p.endSteps();
 
     p.step(QStringLiteral("Align Subject Box"));
-    controls.update(QStringLiteral("txtSelectSubject"),
+    controls.update(Control::txtSelectSubject,
                     [&](ControlState& s) { s.width = frame.width - (s.left + 100); });
     p.endSteps();
 
     p.step(QStringLiteral("Align Current Folder Label"));
     const double w =
-        roundHalfEven(gridControl.width + c[QStringLiteral("picSlider2")].width + frame.width - 75);
-    controls.update(QStringLiteral("lblCurrentFolder"),
-                    [&](ControlState& s) { s.width = w >= 1 ? w : 0; });
+        roundHalfEven(gridControl.width + c[Control::picSlider2].width + frame.width - 75);
+    controls.update(Control::lblCurrentFolder, [&](ControlState& s) { s.width = w >= 1 ? w : 0; });
     p.endSteps();
 }
 

@@ -2,39 +2,36 @@
 
 #include <QString>
 
-#include "app/control_enabling.h"
-#include "app/controls.h"
-#include "app/option_handlers.h"
-#include "app/status_panels.h"
-#include "app/window_flags.h"
-#include "app/window_parts.h"
-#include "app/window_shell.h"
+#include "app/start_outlook.h"
 #include "cache/item_cache.h"
 #include "cache/item_filters.h"
 #include "clean/cleaning_run.h"
-#include "common/message_window.h"
 #include "common/prompter.h"
-#include "common/yield.h"
 #include "errors/error_trap.h"
 #include "grid/grid_logic.h"
 #include "grid/item_display.h"
-#include "grid/items_grid.h"
+#include "grid/option_handlers.h"
 #include "grid/row_selection.h"
 #include "help/main_window_help.h"
 #include "layout/splitter_layout.h"
 #include "marking/folder_marking.h"
 #include "marking/processing_options.h"
-#include "outlook/deleted_items.h"
-#include "outlook/folder_data.h"
-#include "outlook/folder_reload.h"
-#include "outlook/folder_tree.h"
-#include "outlook/folder_tree_builder.h"
-#include "outlook/start_outlook.h"
+#include "tree/deleted_items.h"
+#include "tree/folder_reload.h"
+#include "tree/folder_tree_builder.h"
+#include "window/control_enabling.h"
+#include "window/controls.h"
+#include "window/folder_data.h"
+#include "window/folder_tree.h"
+#include "window/items_grid.h"
+#include "window/message_window.h"
+#include "window/status_panels.h"
+#include "window/window_flags.h"
+#include "window/window_parts.h"
+#include "window/window_shell.h"
+#include "window/yield.h"
 
 namespace tf {
-
-// The names of the main window's controls, as the logic and the help address them.
-QStringList mainWindowControlNames();
 
 // The main window's logic (frmRemoveItems): start-up, the loading loop, quitting and unloading.
 // It owns the window-level state that the other parts of the window share.

@@ -78,7 +78,7 @@ Pass clean(const QString& path, bool permanent) {
         }
     }
     if (permanent) {
-        logic.controls.setValue(QStringLiteral("chkPermanentDelete"), 1);
+        logic.controls.setValue(Control::chkPermanentDelete, 1);
     }
     pass.seconds = seconds([&] { logic.cleaning.cmdRun_Click(); });
     pass.processed = logic.cleaning.state.ProcessedCount;

@@ -3,12 +3,12 @@
 #include <QString>
 #include <cstdio>
 
-#include "app/window_shell.h"
-#include "common/message_window.h"
 #include "common/prompter.h"
 #include "outlook/application_source.h"
 #include "outlook/session.h"
 #include "store/local/local_store.h"
+#include "window/message_window.h"
+#include "window/window_shell.h"
 
 // What a benchmark needs to drive the window's logic without a display.
 namespace tf::bench {

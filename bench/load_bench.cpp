@@ -98,8 +98,7 @@ int run(const QStringList& args) {
         RemoveItemsLogic logic(prompter, yield, window, window, source);
         yield.logic = &logic;
         // Every folder's rows go to the grid, as with all folders shown.
-        logic.controls.update(QStringLiteral("chkShowAllFolders"),
-                              [](ControlState& c) { c.value = 1; });
+        logic.controls.update(Control::chkShowAllFolders, [](ControlState& c) { c.value = 1; });
         before = residentMb();
         load = seconds([&] { logic.Form_Load(); });
         long long cached = 0;
@@ -121,10 +120,9 @@ int run(const QStringList& args) {
         print("bytes_per_item", (peak - before) * 1024.0 * 1024.0 / static_cast<double>(items));
 
         print("sort_s", seconds([&] { logic.gridLogic.Set_Grid_Order(); }));
-        logic.controls.update(QStringLiteral("txtSelectSubject"),
+        logic.controls.update(Control::txtSelectSubject,
                               [](ControlState& c) { c.caption = QStringLiteral("Re"); });
-        logic.controls.update(QStringLiteral("chkSelectSubject"),
-                              [](ControlState& c) { c.value = 1; });
+        logic.controls.update(Control::chkSelectSubject, [](ControlState& c) { c.value = 1; });
         print("filter_s", seconds([&] { logic.gridLogic.Change_Filtered_Rows(); }));
         print("selected_after_filter", logic.gridLogic.Get_Rows_Selected_Count());
     }

@@ -7,12 +7,12 @@
 #include <QTemporaryDir>
 #include <cstdio>
 
-#include "app/controls.h"
 #include "common/failure.h"
-#include "outlook/folder_tree_builder.h"
 #include "outlook/session.h"
 #include "store/local/local_store.h"
 #include "store/local/sample_content.h"
+#include "tree/folder_tree_builder.h"
+#include "window/controls.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ int main(int argc, char* argv[]) {
         FolderTree tree;
         FolderRecords records;
         ItemsGrid grid;
-        Controls controls({QStringLiteral("lblCurrentFolder")});
+        Controls controls;
         WindowColours colours;
         WindowFlags flags;
         StatusPanels status;

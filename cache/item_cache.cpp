@@ -1,5 +1,6 @@
 #include "cache/item_cache.h"
 
+#include "cache/item_filters.h"
 #include "common/text.h"
 #include "outlook/constants.h"
 
@@ -265,7 +266,7 @@ bool ItemCacheLoader::Cache_Current_Item(int index, int folder, const outlook::I
 void ItemCacheLoader::Add_100_New_Rows(int folder, int node) {
     const int selected = w_.tree.selected();
     const bool isSelected = selected != 0 && builder_.Get_Node_Index(selected) == folder;
-    const bool showAll = w_.controls.value(QStringLiteral("chkShowAllFolders")) == 1;
+    const bool showAll = w_.controls.value(Control::chkShowAllFolders) == 1;
     const bool add = isSelected ? (w_.tree.node(selected).Checked || !showAll)
                                 : (showAll && w_.tree.node(node).Checked);
     if (add) {

@@ -3,11 +3,11 @@
 #include <QString>
 #include <optional>
 
-#include "app/window_parts.h"
-#include "cache/item_data.h"
-#include "grid/grid_logic.h"
-#include "outlook/folder_tree_builder.h"
 #include "outlook/mapi_utils.h"
+#include "tree/folder_tree_builder.h"
+#include "window/folder_rows.h"
+#include "window/item_data.h"
+#include "window/window_parts.h"
 
 namespace tf {
 
@@ -16,7 +16,7 @@ namespace tf {
 // then the rest; a folder broken off is resumed later at its first unread item.
 class ItemCacheLoader {
   public:
-    ItemCacheLoader(WindowParts parts, FolderTreeBuilder& builder, GridLogic& grid)
+    ItemCacheLoader(WindowParts parts, FolderTreeBuilder& builder, FolderRows& grid)
         : w_(parts), builder_(builder), grid_(grid) {}
 
     void Cache_Folder_Items();
@@ -35,7 +35,7 @@ class ItemCacheLoader {
   private:
     WindowParts w_;
     FolderTreeBuilder& builder_;
-    GridLogic& grid_;
+    FolderRows& grid_;
     std::optional<outlook::TidyMAPIUtils> MapiUtils;
 };
 

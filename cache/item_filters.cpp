@@ -4,23 +4,9 @@
 
 namespace tf {
 
-bool ItemFilters::on(const QString& name) const {
-    return controls_[name].value == 1;
+bool ItemFilters::on(Control box) const {
+    return controls_.isOn(box);
 }
-
-namespace {
-// The type boxes' names as strings, made once: the filters look them up for every item.
-const std::array<QString, kTypeBoxes.size()>& typeBoxNames() {
-    static const std::array<QString, kTypeBoxes.size()> names = [] {
-        std::array<QString, kTypeBoxes.size()> all;
-        for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
-            all[i] = QLatin1String(kTypeBoxes[i].name);
-        }
-        return all;
-    }();
-    return names;
-}
-}  // namespace
 
 bool ItemFilters::Check_Filtered_Record(int node, int folder, int item) const {
     const FolderData& record = records_[folder];
@@ -36,16 +22,16 @@ bool ItemFilters::Check_Filtered_Record(int node, int folder, int item) const {
     const bool date = Check_Date(r.ItemDate);
     const bool subject = Check_Subject(r.Subject);
     const bool type = Check_Type(r.ItemClass);
-    const bool unread = r.Unread == 0 || on(QStringLiteral("chkSelectUnread"));
+    const bool unread = r.Unread == 0 || on(Control::chkSelectUnread);
     return subject && date && marked && type && unread;
 }
 
 bool ItemFilters::Check_Type(std::int32_t itemClass) const {
-    if (!on(QStringLiteral("chkSelectType"))) {
+    if (!on(Control::chkSelectType)) {
         return true;
     }
-    for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
-        if (kTypeBoxes[i].itemClass == itemClass && on(typeBoxNames()[i])) {
+    for (const TypeBox& box : kTypeBoxes) {
+        if (box.itemClass == itemClass && on(box.control)) {
             return true;
         }
     }
@@ -53,23 +39,23 @@ bool ItemFilters::Check_Type(std::int32_t itemClass) const {
 }
 
 bool ItemFilters::Check_Date(OleDate itemDate) const {
-    if (!on(QStringLiteral("chkSelectDate"))) {
+    if (!on(Control::chkSelectDate)) {
         return true;
     }
-    return datePart(itemDate) <= controls_[QStringLiteral("dtpCutoffDate")].date;
+    return datePart(itemDate) <= controls_[Control::dtpCutoffDate].date;
 }
 
 bool ItemFilters::Check_Subject(const QString& subject) const {
-    if (!on(QStringLiteral("chkSelectSubject"))) {
+    if (!on(Control::chkSelectSubject)) {
         return true;
     }
-    QString text = RTrim(controls_[QStringLiteral("txtSelectSubject")].caption);
+    QString text = RTrim(controls_[Control::txtSelectSubject].caption);
     QString s = RTrim(subject);
-    if (!on(QStringLiteral("chkMatchCase"))) {
+    if (!on(Control::chkMatchCase)) {
         text = UCase(Trim(text));
         s = UCase(Trim(s));
     }
-    if (!on(QStringLiteral("chkMatchWord"))) {
+    if (!on(Control::chkMatchWord)) {
         return s.left(text.size()) == text;
     }
     return s == text;

@@ -5,7 +5,7 @@
 namespace tf {
 
 namespace {
-const QString kRun = QStringLiteral("cmdRun");
+constexpr Control kRun = Control::cmdRun;
 const QString kCancelCaption = QStringLiteral("&Cancel");
 const QString kMarker = QStringLiteral(" <<<<");
 }  // namespace
@@ -54,7 +54,7 @@ void CleaningRun::cmdRun_Click() {
         enabling_.Enable_All_Controls(false);
         const int first = w_.tree.count() >= 1 ? 1 : 0;
         deletedItems_.Assigne_Deleted_Items_Folders();
-        if (on("chkSelectByRow")) {
+        if (on(Control::chkSelectByRow)) {
             strategies.Delete_Filtered_Items_By_Row();
         } else if (first != 0) {
             Process_Each_Node(first, 0);
@@ -86,7 +86,7 @@ void CleaningRun::Process_Each_Node(int node, int depth) {
             reached = cleanFolder(node, index);
         }
         if (w_.tree.attached(node)) {
-            if (reached && !on("chkDeleteFolders") && !on("chkShowAllFolders")) {
+            if (reached && !on(Control::chkDeleteFolders) && !on(Control::chkShowAllFolders)) {
                 w_.tree.setChecked(node, false);  // a cleaned folder is unmarked
             }
             // Also takes the marker away.
@@ -99,7 +99,7 @@ void CleaningRun::Process_Each_Node(int node, int depth) {
 bool CleaningRun::cleanFolder(int node, int index) {
     w_.tree.EnsureVisible(node);
     w_.tree.setText(node, w_.tree.node(node).Text + kMarker);
-    if (!on("chkPermanentDelete")) {
+    if (!on(Control::chkPermanentDelete)) {
         // Moved items arrive there; the refresh after the run reads it again.
         const int deletedItems = w_.records[index].DeletedItemsIndex;
         if (deletedItems > 0) {
@@ -115,9 +115,9 @@ bool CleaningRun::cleanFolder(int node, int index) {
         return true;
     }
     const outlook::FolderPtr folder = w_.records[index].Folder;
-    if (on("chkDeleteFolders")) {
+    if (on(Control::chkDeleteFolders)) {
         strategies.Delete_Selected_Folder(folder, node);
-    } else if (on("chkTurbo")) {
+    } else if (on(Control::chkTurbo)) {
         strategies.Delete_All_Items(folder, index);
         state.ItemsDeleted = true;
         w_.records[index].Reload = true;  // its cache no longer matches the folder
@@ -137,7 +137,7 @@ void CleaningRun::finishRun() {
     const bool closing = w_.flags.Closing;
     w_.errors.run(QStringLiteral("cmdRun_Click - Rebuild"), [&](Procedure&) {
         RedrawOff redrawOff(w_.grid);
-        if (!on("chkDeleteFolders")) {
+        if (!on(Control::chkDeleteFolders)) {
             if (state.ItemsDeleted) {
                 grid_.Remove_All_Rows();
                 grid_.Add_All_Folders_Rows(RowMarker::None);
@@ -151,7 +151,7 @@ void CleaningRun::finishRun() {
             grid_.Remove_All_Rows();
             grid_.Add_All_Folders_Rows(RowMarker::None);
             // The option does not outlast the run.
-            w_.controls.setValue(QStringLiteral("chkDeleteFolders"), 0);
+            w_.controls.setValue(Control::chkDeleteFolders, 0);
             if (w_.tree.selected() != 0) {
                 builder_.Set_Folder_Label(builder_.Get_Node_Index(w_.tree.selected()));
             }
@@ -165,9 +165,9 @@ void CleaningRun::finishRun() {
     // Read again here: a Delete Folders run has just switched the option off, so it ends with
     // the item form of the summary.
     if (!closing) {
-        w_.prompter.ask(
-            summaryText(on("chkDeleteFolders"), on("chkPermanentDelete"), state.ProcessedCount),
-            Prompter::OkOnly);
+        w_.prompter.ask(summaryText(on(Control::chkDeleteFolders), on(Control::chkPermanentDelete),
+                                    state.ProcessedCount),
+                        Prompter::OkOnly);
     }
     w_.status.setText(1, QString());
     w_.status.setText(2, QString());

@@ -2,8 +2,6 @@
 
 #include <QString>
 
-#include "app/control_enabling.h"
-#include "app/window_parts.h"
 #include "cache/item_cache.h"
 #include "cache/item_filters.h"
 #include "clean/cleaning_status.h"
@@ -12,9 +10,11 @@
 #include "clean/run_state.h"
 #include "grid/grid_logic.h"
 #include "marking/folder_marking.h"
-#include "outlook/deleted_items.h"
-#include "outlook/folder_reload.h"
-#include "outlook/folder_tree_builder.h"
+#include "tree/deleted_items.h"
+#include "tree/folder_reload.h"
+#include "tree/folder_tree_builder.h"
+#include "window/control_enabling.h"
+#include "window/window_parts.h"
 
 namespace tf {
 
@@ -46,7 +46,7 @@ class CleaningRun {
     void finishRun();
     // False when the run was cancelled before the folder was touched.
     bool cleanFolder(int node, int index);
-    bool on(const char* box) const { return w_.controls.isOn(box); }
+    bool on(Control box) const { return w_.controls.isOn(box); }
 
     WindowParts w_;
     FolderTreeBuilder& builder_;

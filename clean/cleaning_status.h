@@ -2,8 +2,8 @@
 
 #include <QString>
 
-#include "app/status_panels.h"
 #include "errors/error_stack.h"
+#include "window/status_panels.h"
 
 namespace tf {
 

@@ -3,7 +3,7 @@
 #include <set>
 
 #include "cache/item_cache.h"
-#include "outlook/deleted_items.h"
+#include "tree/deleted_items.h"
 
 namespace tf {
 
@@ -124,7 +124,7 @@ DeletionStrategies::Outcome DeletionStrategies::Delete_Current_Item(const outloo
     const bool inStoresDeletedItems =
         !place->deletedItemsID.isEmpty() && parentID == place->deletedItemsID;
     // A delete in the store's "Deleted Items" is for good, which only Permanent Delete asks for.
-    if ((inDeletedItems || inStoresDeletedItems) && !on("chkPermanentDelete")) {
+    if ((inDeletedItems || inStoresDeletedItems) && !on(Control::chkPermanentDelete)) {
         refuse(
             QStringLiteral("The item lies in \"Deleted Items\", where a delete is final, and "
                            "Permanent Delete is off."));
@@ -145,7 +145,7 @@ DeletionStrategies::Outcome DeletionStrategies::Delete_Current_Item(const outloo
         return Outcome::Failed;
     }
     // A permanent delete is a move to "Deleted Items" and a delete from there.
-    if (on("chkPermanentDelete") && !inDeletedItems && !w_.errors.attempt([&] {
+    if (on(Control::chkPermanentDelete) && !inDeletedItems && !w_.errors.attempt([&] {
             builder_.nameSpace()->GetItemFromID(entryID, place->storeID)->Delete();
         })) {
         return Outcome::Failed;
@@ -159,7 +159,7 @@ void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int 
         w_.records[index].DeletedCount = 0;
         const QString name = folder->Name();
         const outlook::ItemsPtr items = folder->Items();
-        const bool forGood = on("chkPermanentDelete");
+        const bool forGood = on(Control::chkPermanentDelete);
         if (!forGood &&
             (w_.records[index].DeletedItemsIndex == index || name == DeletedItemsFolders::kName)) {
             // Each delete there would be final, which only Permanent Delete asks for.
@@ -209,7 +209,7 @@ void DeletionStrategies::Delete_Selected_Items_By_MAPIFolder(const outlook::Fold
             w_.records[index].DeletedCount = 0;
             const QString name = folder->Name();
             const outlook::ItemsPtr items = folder->Items();
-            const bool unreadToo = on("chkSelectUnread");
+            const bool unreadToo = on(Control::chkSelectUnread);
             long checked = 0;
             for (long i = items->Count(); i >= 1 && !stopped(); --i) {
                 ++checked;
@@ -346,7 +346,7 @@ void DeletionStrategies::Delete_Filtered_Items_By_Row() {
         status_.Display_Delete_By_Selected_Status(processed, cleaned);
         // The rows of deleted items go; the user's other picks stay as they were.
         grid_.Remove_Filtered_Rows();
-        if (!on("chkPermanentDelete")) {
+        if (!on(Control::chkPermanentDelete)) {
             for (const int folder : touched) {
                 const int deletedItems = w_.records[folder].DeletedItemsIndex;
                 if (deletedItems > 0) {

@@ -3,14 +3,14 @@
 #include <QString>
 #include <optional>
 
-#include "app/window_parts.h"
 #include "cache/item_filters.h"
 #include "clean/cleaning_status.h"
 #include "clean/run_checks.h"
 #include "clean/run_state.h"
 #include "errors/process_error.h"
 #include "grid/grid_logic.h"
-#include "outlook/folder_tree_builder.h"
+#include "tree/folder_tree_builder.h"
+#include "window/window_parts.h"
 
 namespace tf {
 
@@ -54,7 +54,7 @@ class DeletionStrategies {
     const Place& placeOf(int index);
     void failed(const QString& process, const QString& item);
     void noteUnfinished(bool ran);
-    bool on(const char* box) const { return w_.controls.isOn(box); }
+    bool on(Control box) const { return w_.controls.isOn(box); }
     bool stopped() const { return !w_.flags.Processing; }
     // The failure Delete_Current_Item reports for an item it refuses to touch.
     void refuse(const QString& why);

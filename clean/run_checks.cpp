@@ -34,7 +34,7 @@ bool RunChecks::Check_Screen() {
         if (!Confirm_Selection_Count() || !Check_Deleted_Items_Folder()) {
             return;
         }
-        if (on("chkTurbo")) {
+        if (on(Control::chkTurbo)) {
             pass = w_.prompter.ask(QStringLiteral("CAUTION!") + kCrLf + kCrLf +
                                        QStringLiteral("Turbo selected.") + kCrLf +
                                        QStringLiteral("ALL items in selected folders will be "
@@ -43,7 +43,7 @@ bool RunChecks::Check_Screen() {
                                    Prompter::YesNo) == Prompter::Yes;
             return;
         }
-        if (on("chkDeleteFolders")) {
+        if (on(Control::chkDeleteFolders)) {
             pass =
                 w_.prompter.ask(QStringLiteral("CAUTION!") + kCrLf + kCrLf +
                                     QStringLiteral("ALL selected FOLDERS and their content will "
@@ -53,13 +53,13 @@ bool RunChecks::Check_Screen() {
             return;
         }
         // Anything but a plain Yes (a box closed with Escape, say) stops the run.
-        if (on("chkPermanentDelete") &&
+        if (on(Control::chkPermanentDelete) &&
             w_.prompter.ask(QStringLiteral("Permanently delete items in selected folders?"),
                             Prompter::YesNo) != Prompter::Yes) {
             return;
         }
-        const OleDate cutoff = w_.controls[QStringLiteral("dtpCutoffDate")].date;
-        if (on("chkSelectDate") && datePart(cutoff) >= today() &&
+        const OleDate cutoff = w_.controls[Control::dtpCutoffDate].date;
+        if (on(Control::chkSelectDate) && datePart(cutoff) >= today() &&
             w_.prompter.ask(QStringLiteral("Selecting the date ") + formatDate(cutoff) +
                                 QStringLiteral(" may result in ") +
                                 QStringLiteral("all items in selected folders being deleted.  "
@@ -68,14 +68,14 @@ bool RunChecks::Check_Screen() {
             return;
         }
         QString inputErrors;
-        if (on("chkSelectSubject") &&
-            w_.controls[QStringLiteral("txtSelectSubject")].caption.isEmpty()) {
+        if (on(Control::chkSelectSubject) &&
+            w_.controls[Control::txtSelectSubject].caption.isEmpty()) {
             inputErrors = QStringLiteral("Subject required!");
         }
-        if (on("chkSelectType")) {
+        if (on(Control::chkSelectType)) {
             bool anyType = false;
             for (const TypeBox& box : kTypeBoxes) {
-                anyType = anyType || on(box.name);
+                anyType = anyType || on(box.control);
             }
             if (!anyType) {
                 inputErrors += kCrLf + QStringLiteral("No item type selected!");
@@ -101,9 +101,9 @@ long RunChecks::countMarkedItems(long& folders) const {
         }
         ++folders;
         // Turbo wins over Delete Folders, here as in the gate and the walk.
-        if (on("chkTurbo")) {
+        if (on(Control::chkTurbo)) {
             total += record.Folder->Items()->Count();
-        } else if (on("chkDeleteFolders")) {
+        } else if (on(Control::chkDeleteFolders)) {
             ++total;
         } else {
             const int cached =
@@ -120,14 +120,14 @@ bool RunChecks::Confirm_Selection_Count() {
     bool go = false;
     w_.errors.run(QStringLiteral("Confirm_Selection_Count"), [&](Procedure&) {
         QString text;
-        if (on("chkSelectByRow")) {
+        if (on(Control::chkSelectByRow)) {
             state_.SelectedTotal = grid_.Get_Rows_Selected_Count();
             text = counted(state_.SelectedTotal, QStringLiteral(" item")) +
                    QStringLiteral(" identified for cleaning");
         } else {
             long folders = 0;
             state_.SelectedTotal = countMarkedItems(folders);
-            if (on("chkDeleteFolders") && !on("chkTurbo")) {
+            if (on(Control::chkDeleteFolders) && !on(Control::chkTurbo)) {
                 text = counted(state_.SelectedTotal, QStringLiteral(" folder")) +
                        QStringLiteral(" identified for deletion.");
             } else {
@@ -138,7 +138,7 @@ bool RunChecks::Confirm_Selection_Count() {
         }
         w_.prompter.ask(text, Prompter::OkOnly);
         // The count says what was counted; the warning that follows says it may not be all.
-        if (!on("chkSelectByRow") && !marking_.Check_Selected_Folders()) {
+        if (!on(Control::chkSelectByRow) && !marking_.Check_Selected_Folders()) {
             const QString warning =
                 QStringLiteral("Warning!  Not all marked folders have be fully loaded.") + kCrLf +
                 QStringLiteral("These folders may be cleaned but not all items to be") + kCrLf +
@@ -155,7 +155,7 @@ bool RunChecks::Confirm_Selection_Count() {
 bool RunChecks::Check_Deleted_Items_Folder() {
     bool fits = false;
     w_.errors.run(QStringLiteral("Check_Deleted_Items_Folder"), [&](Procedure&) {
-        if (on("chkPermanentDelete")) {
+        if (on(Control::chkPermanentDelete)) {
             fits = true;
             return;
         }
@@ -168,9 +168,10 @@ bool RunChecks::Check_Deleted_Items_Folder() {
                 continue;
             }
             const std::int32_t selected =
-                on("chkSelectByRow") ? grid_.Get_Rows_Selected_Count(deletedItems)
-                                     : toInt32(static_cast<double>(
-                                           builder_.Get_Folder_Item_Count(store, true, true)));
+                on(Control::chkSelectByRow)
+                    ? grid_.Get_Rows_Selected_Count(deletedItems)
+                    : toInt32(
+                          static_cast<double>(builder_.Get_Folder_Item_Count(store, true, true)));
             const std::int32_t inDeletedItems =
                 toInt32(static_cast<double>(w_.records[deletedItems].Folder->Items()->Count()));
             const std::int32_t combined = checkedAdd(selected, inDeletedItems);
@@ -197,12 +198,12 @@ bool RunChecks::Check_Deleted_Items_Folder() {
 }
 
 QString RunChecks::verb() const {
-    return on("chkPermanentDelete") ? QStringLiteral("Delete") : QStringLiteral("Move");
+    return on(Control::chkPermanentDelete) ? QStringLiteral("Delete") : QStringLiteral("Move");
 }
 
 QString RunChecks::destination() const {
-    return on("chkPermanentDelete") ? QStringLiteral("?")
-                                    : QStringLiteral(" to \"Deleted Items\" folder?");
+    return on(Control::chkPermanentDelete) ? QStringLiteral("?")
+                                           : QStringLiteral(" to \"Deleted Items\" folder?");
 }
 
 QString RunChecks::folderPath(int node) const {
@@ -219,7 +220,7 @@ QString RunChecks::folderPath(int node) const {
 bool RunChecks::Confirm_Current_Folder(int node) {
     bool go = false;
     w_.errors.run(QStringLiteral("Confirm_Current_Folder"), [&](Procedure&) {
-        if (!on("chkConfirmFolders")) {
+        if (!on(Control::chkConfirmFolders)) {
             go = true;
             return;
         }
@@ -232,7 +233,7 @@ bool RunChecks::Confirm_Current_Folder(int node) {
 }
 
 int RunChecks::Confirm_Current_Item(const outlook::Item& item) {
-    if (!on("chkConfirmItems")) {
+    if (!on(Control::chkConfirmItems)) {
         return Prompter::Yes;
     }
     // Read first: a failing store call must not leave this procedure's name on the stack.

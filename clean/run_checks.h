@@ -3,13 +3,13 @@
 #include <QString>
 #include <functional>
 
-#include "app/window_parts.h"
 #include "cache/item_filters.h"
 #include "clean/run_state.h"
 #include "common/dates.h"
 #include "grid/grid_logic.h"
 #include "marking/folder_marking.h"
-#include "outlook/folder_tree_builder.h"
+#include "tree/folder_tree_builder.h"
+#include "window/window_parts.h"
 
 namespace tf {
 
@@ -39,7 +39,7 @@ class RunChecks {
     std::function<OleDate()> today;
 
   private:
-    bool on(const char* box) const { return w_.controls.isOn(box); }
+    bool on(Control box) const { return w_.controls.isOn(box); }
     // "Move" or "Delete", and the ending that says where the items go.
     QString verb() const;
     QString destination() const;

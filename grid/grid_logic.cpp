@@ -79,7 +79,7 @@ GridLogic::~GridLogic() {
 }
 
 GridView GridLogic::view() const {
-    if (on(QStringLiteral("chkShowAllFolders"))) {
+    if (on(Control::chkShowAllFolders)) {
         return GridView::AllFolders;
     }
     switch (w_.flags.CurrentGridItemType) {
@@ -169,8 +169,8 @@ void GridLogic::Reset_Column_Widths() {
 }
 
 double GridLogic::sharedWidth() const {
-    const double left = w_.controls[QStringLiteral("grdItems")].width - kMarkColumnTwips -
-                        kScrollBarTwips - kDateColumnTwips;
+    const double left = w_.controls[Control::grdItems].width - kMarkColumnTwips - kScrollBarTwips -
+                        kDateColumnTwips;
     return std::max(0.0, left);
 }
 
@@ -180,7 +180,7 @@ bool GridLogic::Add_New_Row(int folder, int item, RowMarker marker, bool selecte
         GridRow row;
         row.folder = folder;
         row.item = item;
-        if (on(QStringLiteral("chkShowAllFolders"))) {
+        if (on(Control::chkShowAllFolders)) {
             row.marker = marker;
         }
         const ItemData* data = itemOf(row);
@@ -230,8 +230,8 @@ void GridLogic::Add_Folder_Rows(int folder, int node, RowMarker marker) {
             } else if (marker == RowMarker::Unselected) {
                 show = !selected;
             } else {
-                show = selected ? on(QStringLiteral("chkShowSelectedItems"))
-                                : on(QStringLiteral("chkShowUnselectedItems"));
+                show = selected ? on(Control::chkShowSelectedItems)
+                                : on(Control::chkShowUnselectedItems);
             }
             if (show && !Add_New_Row(folder, i, marker, selected)) {
                 if (fresh) {
@@ -250,7 +250,7 @@ void GridLogic::Add_Folder_Rows(int folder, int node, RowMarker marker) {
 
 std::vector<int> GridLogic::shownNodes() const {
     std::vector<int> nodes;
-    if (on(QStringLiteral("chkShowAllFolders"))) {
+    if (on(Control::chkShowAllFolders)) {
         for (int node = 1; node <= w_.tree.count(); ++node) {
             if (w_.tree.node(node).Checked) {
                 nodes.push_back(node);
@@ -317,8 +317,7 @@ void GridLogic::Remove_Selected_Or_Unselected_Rows(RowMarker which) {
 
 void GridLogic::Change_Filtered_Rows() {
     w_.errors.run(QStringLiteral("Change_Filtered_Rows"), [&](Procedure&) {
-        if (on(QStringLiteral("chkShowSelectedItems")) &&
-            on(QStringLiteral("chkShowUnselectedItems"))) {
+        if (on(Control::chkShowSelectedItems) && on(Control::chkShowUnselectedItems)) {
             Mark_Or_Unmark_Filtered_Rows(false, false);
             return;
         }
@@ -381,15 +380,7 @@ void GridLogic::Display_Update_Grid_Status(const QString& folderName) {
 }
 
 const ItemData* GridLogic::itemOf(const GridRow& row) const {
-    if (row.folder < 1 || row.folder > w_.records.upperBoundIndex() || row.item < 1) {
-        return nullptr;
-    }
-    const FolderData& record = w_.records[row.folder];
-    if (static_cast<std::size_t>(row.item) > record.ItemCache.size()) {
-        return nullptr;
-    }
-    const ItemData& item = record.ItemCache[static_cast<std::size_t>(row.item - 1)];
-    return item.isHole() ? nullptr : &item;
+    return cachedItemOf(w_.records, row);
 }
 
 int GridLogic::Get_Rows_Selected_Count() const {
@@ -397,17 +388,7 @@ int GridLogic::Get_Rows_Selected_Count() const {
 }
 
 int GridLogic::Get_Rows_Selected_Count(int deletedItemsIndex) const {
-    int count = 0;
-    for (int r = 1; r < w_.grid.Rows(); ++r) {
-        const GridRow& row = w_.grid.row(r);
-        // A row counts while its item is still in the cache of a real folder.
-        if (row.mark == '1' && itemOf(row) != nullptr && w_.records[row.folder].Folder &&
-            (deletedItemsIndex < 0 ||
-             w_.records[row.folder].DeletedItemsIndex == deletedItemsIndex)) {
-            ++count;
-        }
-    }
-    return count;
+    return markedRowCount(w_.grid, w_.records, deletedItemsIndex);
 }
 
 void GridLogic::Mark_Or_Unmark_Filtered_Rows(bool markAll, bool unmarkAll) {
@@ -431,7 +412,7 @@ void GridLogic::Mark_And_Unmark_Selected_Range(int first, int last) {
     w_.errors.run(QStringLiteral("Mark_And_Unmark_Selected_Range"), [&](Procedure&) {
         RedrawOff redrawOff(w_.grid);
         bool told = false;
-        const bool permanent = on(QStringLiteral("chkPermanentDelete"));
+        const bool permanent = on(Control::chkPermanentDelete);
         for (int r = 1; r < w_.grid.Rows(); ++r) {
             const char mark = w_.grid.row(r).mark;
             if (r < first || r > last) {
@@ -483,7 +464,7 @@ void GridLogic::Display_Selected_Items_Total(long total) {
 }
 
 bool GridLogic::Check_Select_By_Row() {
-    if (on(QStringLiteral("chkShowAllFolders"))) {
+    if (on(Control::chkShowAllFolders)) {
         for (int node = 1; node <= w_.tree.count(); ++node) {
             if (w_.tree.node(node).Checked && !w_.records[builder_.Get_Node_Index(node)].Loaded) {
                 w_.prompter.tell(QStringLiteral("Cannot select or use ") +

@@ -2,11 +2,13 @@
 
 #include <QString>
 
-#include "app/window_parts.h"
 #include "cache/item_filters.h"
-#include "grid/items_grid.h"
-#include "outlook/deleted_items.h"
-#include "outlook/folder_tree_builder.h"
+#include "tree/deleted_items.h"
+#include "tree/folder_tree_builder.h"
+#include "window/folder_rows.h"
+#include "window/grid_rows.h"
+#include "window/items_grid.h"
+#include "window/window_parts.h"
 
 namespace tf {
 
@@ -16,7 +18,7 @@ enum class GridView { AllFolders, Mail, Journal, Other };
 // The items grid's rules: its columns for the current view, the rows of the marked folders'
 // cached items that the filters and the show options let through, the sort order, and the row
 // marks.
-class GridLogic : public GridCellSource {
+class GridLogic : public GridCellSource, public FolderRows {
   public:
     GridLogic(WindowParts parts, FolderTreeBuilder& builder, const ItemFilters& filters,
               const DeletedItemsFolders& deletedItems);
@@ -35,10 +37,10 @@ class GridLogic : public GridCellSource {
 
     // False when the grid could take no more rows.
     bool Add_New_Row(int folder, int item, RowMarker marker, bool selected);
-    void Add_Folder_Rows(int folder, int node, RowMarker marker);
+    void Add_Folder_Rows(int folder, int node, RowMarker marker) override;
     void Add_All_Folders_Rows(RowMarker marker);
     void Remove_All_Rows();
-    void Remove_Folder_Rows(int folder);
+    void Remove_Folder_Rows(int folder) override;
     // Removes the rows whose items a run has deleted.
     void Remove_Filtered_Rows();
     // Removes the rows of folders that are not marked.
@@ -48,7 +50,7 @@ class GridLogic : public GridCellSource {
     void Change_Filtered_Rows();
     void Change_Folder_Rows(int node);
 
-    void Set_Grid_Order();
+    void Set_Grid_Order() override;
     int Get_Sort_Column(int field) const;
     int Get_Sort_Field(int column) const;
     // A click on a column header: sorts by it, and reverses the order on a second click.
@@ -87,7 +89,7 @@ class GridLogic : public GridCellSource {
     const ItemData* itemOf(const GridRow& row) const;
     // The grid's width less the columns of fixed width, for the others to share.
     double sharedWidth() const;
-    bool on(const QString& name) const { return w_.controls.value(name) == 1; }
+    bool on(Control box) const { return w_.controls.isOn(box); }
     void paintRow(int r);
 
     WindowParts w_;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/window_parts.h"
-#include "outlook/folder_tree_builder.h"
+#include "tree/folder_tree_builder.h"
+#include "window/window_parts.h"
 
 namespace tf {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/control_enabling.h"
-#include "app/window_parts.h"
 #include "grid/grid_logic.h"
+#include "window/control_enabling.h"
+#include "window/window_parts.h"
 
 namespace tf {
 

@@ -2,6 +2,8 @@
 
 #include <map>
 
+#include "window/control_ids.h"
+
 namespace tf {
 
 namespace {
@@ -47,48 +49,52 @@ const std::vector<HelpTopic>& helpTopics() {
     return topics;
 }
 
-int designedTopicOf(const QString& controlName) {
+int designedTopicOf(const QString& name) {
     static const std::map<QString, int> topics = {
-        {QStringLiteral("trvFolders"), 1010},
-        {QStringLiteral("grdItems"), 1020},
-        {QStringLiteral("picSlider"), 1030},
-        {QStringLiteral("picSlider2"), 1030},
-        {QStringLiteral("lblCurrentFolder"), 1040},
-        {QStringLiteral("frmOptions"), 1050},
-        {QStringLiteral("lblScreenOptions"), 1100},
-        {QStringLiteral("chkMarkSubFolders"), 1101},
-        {QStringLiteral("chkCollapseFolders"), 1102},
-        {QStringLiteral("chkShowAllFolders"), 1103},
-        {QStringLiteral("chkShowSelectedItems"), 1104},
-        {QStringLiteral("chkShowUnselectedItems"), 1105},
-        {QStringLiteral("chkSelectByRow"), 1106},
-        {QStringLiteral("lblProcessingOptions"), 1200},
-        {QStringLiteral("chkTurbo"), 1201},
-        {QStringLiteral("chkPermanentDelete"), 1202},
-        {QStringLiteral("chkConfirmFolders"), 1203},
-        {QStringLiteral("chkConfirmItems"), 1204},
-        {QStringLiteral("chkDeleteFolders"), 1205},
-        {QStringLiteral("lblFilterOptions"), 1300},
-        {QStringLiteral("chkSelectUnread"), 1301},
-        {QStringLiteral("chkSelectDate"), 1302},
-        {QStringLiteral("dtpCutoffDate"), 1302},
-        {QStringLiteral("chkSelectSubject"), 1303},
-        {QStringLiteral("txtSelectSubject"), 1303},
-        {QStringLiteral("chkMatchCase"), 1304},
-        {QStringLiteral("chkMatchWord"), 1305},
-        {QStringLiteral("chkSelectType"), 1306},
-        {QStringLiteral("cmdRun"), 1400},
-        {QStringLiteral("sbStatusBar"), 1410},
+        {controlName(Control::trvFolders), 1010},
+        {controlName(Control::grdItems), 1020},
+        {controlName(Control::picSlider), 1030},
+        {controlName(Control::picSlider2), 1030},
+        {controlName(Control::lblCurrentFolder), 1040},
+        {controlName(Control::frmOptions), 1050},
+        {controlName(Control::lblScreenOptions), 1100},
+        {controlName(Control::chkMarkSubFolders), 1101},
+        {controlName(Control::chkCollapseFolders), 1102},
+        {controlName(Control::chkShowAllFolders), 1103},
+        {controlName(Control::chkShowSelectedItems), 1104},
+        {controlName(Control::chkShowUnselectedItems), 1105},
+        {controlName(Control::chkSelectByRow), 1106},
+        {controlName(Control::lblProcessingOptions), 1200},
+        {controlName(Control::chkTurbo), 1201},
+        {controlName(Control::chkPermanentDelete), 1202},
+        {controlName(Control::chkConfirmFolders), 1203},
+        {controlName(Control::chkConfirmItems), 1204},
+        {controlName(Control::chkDeleteFolders), 1205},
+        {controlName(Control::lblFilterOptions), 1300},
+        {controlName(Control::chkSelectUnread), 1301},
+        {controlName(Control::chkSelectDate), 1302},
+        {controlName(Control::dtpCutoffDate), 1302},
+        {controlName(Control::chkSelectSubject), 1303},
+        {controlName(Control::txtSelectSubject), 1303},
+        {controlName(Control::chkMatchCase), 1304},
+        {controlName(Control::chkMatchWord), 1305},
+        {controlName(Control::chkSelectType), 1306},
+        {controlName(Control::cmdRun), 1400},
+        {controlName(Control::sbStatusBar), 1410},
     };
-    const auto it = topics.find(controlName);
+    const auto it = topics.find(name);
     if (it != topics.end()) {
         return it->second;
     }
     // The type boxes chkType0 to chkType5 share their option's page; menu commands have one page.
-    if (controlName.startsWith(QLatin1String("chkType"))) {
+    if (name.startsWith(QLatin1String("chkType"))) {
         return 1306;
     }
-    return controlName.startsWith(QLatin1String("mnu")) ? 1520 : 0;
+    return name.startsWith(QLatin1String("mnu")) ? 1520 : 0;
+}
+
+int designedTopicOf(Control control) {
+    return designedTopicOf(controlName(control));
 }
 
 }  // namespace tf

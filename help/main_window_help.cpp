@@ -5,20 +5,21 @@
 namespace tf {
 
 void ControlsHelpForm::setWhatsThisHelpID(int index, int contextId) {
-    controls_.update(order_[index], [&](ControlState& c) { c.whatsThisHelpID = contextId; });
+    controls_.update(allControls()[static_cast<std::size_t>(index)],
+                     [&](ControlState& c) { c.whatsThisHelpID = contextId; });
 }
 
 void ControlsHelpForm::setTag(int index, const QString& tag) {
-    controls_.update(order_[index], [&](ControlState& c) { c.tag = tag; });
+    controls_.update(allControls()[static_cast<std::size_t>(index)],
+                     [&](ControlState& c) { c.tag = tag; });
 }
 
 std::optional<int> ControlsHelpForm::WhatsThisMode() {
-    const std::optional<QString> name = pickControl();
-    if (!name) {
+    const std::optional<Control> control = pickControl();
+    if (!control) {
         return std::nullopt;
     }
-    const qsizetype index = order_.indexOf(*name);
-    return index < 0 ? std::nullopt : std::optional<int>(static_cast<int>(index));
+    return static_cast<int>(*control);
 }
 
 QString onlineHelpAddress(const QString& site) {
@@ -34,12 +35,12 @@ QString helpSiteAddress() {
     return configured.isEmpty() ? QStringLiteral("https://tidyfold.org/") : configured;
 }
 
-MainWindowHelp::MainWindowHelp(ErrorContext& errors, Prompter& prompter, Controls& controls,
-                               const QStringList& controlOrder)
-    : form(controls, controlOrder), errors_(errors), prompter_(prompter) {
+MainWindowHelp::MainWindowHelp(ErrorContext& errors, Prompter& prompter, Controls& controls)
+    : form(controls), errors_(errors), prompter_(prompter) {
     // The topics as designed; start-up moves them into the tags.
-    for (const QString& name : controls.names()) {
-        controls.update(name, [&](ControlState& c) { c.whatsThisHelpID = designedTopicOf(name); });
+    for (const Control control : allControls()) {
+        controls.update(control,
+                        [&](ControlState& c) { c.whatsThisHelpID = designedTopicOf(control); });
     }
 }
 

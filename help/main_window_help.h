@@ -4,9 +4,9 @@
 #include <functional>
 #include <memory>
 
-#include "app/controls.h"
 #include "help/application_info.h"
 #include "help/html_help.h"
+#include "window/controls.h"
 
 namespace tf {
 
@@ -22,26 +22,27 @@ class HelpWindows {
 // The main window's controls as What's This help sees them, in the window's control order.
 class ControlsHelpForm : public WhatsThisForm {
   public:
-    ControlsHelpForm(Controls& controls, QStringList order) : controls_(controls), order_(order) {}
+    explicit ControlsHelpForm(Controls& controls) : controls_(controls) {}
 
-    // The window's What's This mode: returns the name of the control clicked.
-    std::function<std::optional<QString>()> pickControl = [] { return std::nullopt; };
+    // The window's What's This mode: returns the control clicked.
+    std::function<std::optional<Control>()> pickControl = [] { return std::nullopt; };
     std::uintptr_t windowHandle = 0;
 
-    int controlCount() const override { return static_cast<int>(order_.size()); }
+    int controlCount() const override { return kControlCount; }
     bool hasHelpProperties(int) const override { return true; }
     int WhatsThisHelpID(int index) const override {
-        return controls_[order_[index]].whatsThisHelpID;
+        return controls_[allControls()[static_cast<std::size_t>(index)]].whatsThisHelpID;
     }
     void setWhatsThisHelpID(int index, int contextId) override;
-    QString Tag(int index) const override { return controls_[order_[index]].tag; }
+    QString Tag(int index) const override {
+        return controls_[allControls()[static_cast<std::size_t>(index)]].tag;
+    }
     void setTag(int index, const QString& tag) override;
     std::uintptr_t hWnd() const override { return windowHandle; }
     std::optional<int> WhatsThisMode() override;
 
   private:
     Controls& controls_;
-    QStringList order_;
 };
 
 // The address of the on-line manual's index under a site's address.
@@ -53,8 +54,7 @@ QString helpSiteAddress();
 // menu's handlers, each reported under its own name on the window's error stack.
 class MainWindowHelp {
   public:
-    MainWindowHelp(ErrorContext& errors, Prompter& prompter, Controls& controls,
-                   const QStringList& controlOrder);
+    MainWindowHelp(ErrorContext& errors, Prompter& prompter, Controls& controls);
 
     // The window shell's parts; until they are given the menu opens nothing.
     void attach(HelpViewer& viewer, HelpWindows& windows);

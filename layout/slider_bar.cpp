@@ -4,8 +4,7 @@
 
 namespace tf {
 
-void SliderBar::Setup(const QString& left, const QString& right, const QString& bar,
-                      std::int16_t barWidth) {
+void SliderBar::Setup(Control left, Control right, Control bar, std::int16_t barWidth) {
     left_ = left;
     right_ = right;
     bar_ = bar;

@@ -3,7 +3,7 @@
 #include <QString>
 #include <cstdint>
 
-#include "app/controls.h"
+#include "window/controls.h"
 
 namespace tf {
 
@@ -22,23 +22,22 @@ class SliderBar {
 
     // Keeps the three controls, lines the bar and the right pane up with the left pane and
     // makes the panes meet the bar. A barWidth of 0 or less keeps the bar's designed width.
-    void Setup(const QString& left, const QString& right, const QString& bar,
-               std::int16_t barWidth);
+    void Setup(Control left, Control right, Control bar, std::int16_t barWidth);
     void Mouse_Down() { resizing_ = true; }
     // x: the pointer's position inside the bar, in twips.
     void Mouse_Move(double x);
     // Runs whether or not a drag is under way, so it also re-applies the layout.
     void Mouse_Up();
 
-    const QString& bar() const { return bar_; }
+    Control bar() const { return bar_; }
 
   private:
-    const ControlState& state(const QString& name) const { return controls_[name]; }
+    const ControlState& state(Control control) const { return controls_[control]; }
 
     Controls& controls_;
-    QString left_;
-    QString right_;
-    QString bar_;
+    Control left_ = Control::trvFolders;
+    Control right_ = Control::grdItems;
+    Control bar_ = Control::picSlider;
     bool resizing_ = false;
 };
 

@@ -5,13 +5,13 @@
 namespace tf {
 
 namespace {
-const QString kTree = QStringLiteral("trvFolders");
-const QString kGrid = QStringLiteral("grdItems");
-const QString kOptions = QStringLiteral("frmOptions");
-const QString kBar1 = QStringLiteral("picSlider");
-const QString kBar2 = QStringLiteral("picSlider2");
-const QString kLabel = QStringLiteral("lblCurrentFolder");
-const QString kRun = QStringLiteral("cmdRun");
+constexpr Control kTree = Control::trvFolders;
+constexpr Control kGrid = Control::grdItems;
+constexpr Control kOptions = Control::frmOptions;
+constexpr Control kBar1 = Control::picSlider;
+constexpr Control kBar2 = Control::picSlider2;
+constexpr Control kLabel = Control::lblCurrentFolder;
+constexpr Control kRun = Control::cmdRun;
 }  // namespace
 
 SplitterLayout::SplitterLayout(ErrorContext& errors, Controls& controls)

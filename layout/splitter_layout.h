@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <functional>
 
-#include "app/controls.h"
 #include "errors/error_trap.h"
 #include "layout/slider_bar.h"
+#include "window/controls.h"
 
 namespace tf {
 

@@ -47,7 +47,7 @@ FolderMarking::Refusal FolderMarking::refusalOf(int node) const {
         return Refusal::None;  // a node that stands for no folder: nothing to clean or delete
     }
     const bool checked = w_.tree.node(node).Checked;
-    const bool deleteFolders = w_.controls.isOn("chkDeleteFolders");
+    const bool deleteFolders = w_.controls.isOn(Control::chkDeleteFolders);
     if (deleteFolders && checked && FolderTreeBuilder::Check_Default_Folder(folder)) {
         return Refusal::DefaultFolder;
     }
@@ -120,7 +120,8 @@ void FolderMarking::Node_Click_Or_Check(int node) {
             return;
         }
         const bool checked = w_.tree.node(node).Checked;
-        if (checked && w_.controls.isOn("chkMarkSubFolders") && w_.tree.Children(node) >= 1) {
+        if (checked && w_.controls.isOn(Control::chkMarkSubFolders) &&
+            w_.tree.Children(node) >= 1) {
             markSubFolders(node);
         }
         if (checked) {
@@ -140,7 +141,8 @@ void FolderMarking::Node_Click_Or_Check(int node) {
 void FolderMarking::markSubFolders(int node) {
     // The stores under the virtual root are root folders, which Delete Folders may never take:
     // ticking the root marks nothing below it then.
-    if (w_.controls.isOn("chkDeleteFolders") && !w_.records[builder_.Get_Node_Index(node)].Folder) {
+    if (w_.controls.isOn(Control::chkDeleteFolders) &&
+        !w_.records[builder_.Get_Node_Index(node)].Folder) {
         return;
     }
     reload_.Set_Children_Nodes_Checkboxes(w_.tree.Child(node), true);
@@ -168,14 +170,14 @@ void FolderMarking::changeCurrentFolder(int node) {
     const int old = w_.flags.CurrentNodeIndex;
     // Select By Row with one folder shown picks rows in the current folder alone. The folder
     // left behind is unmarked, so that no mark reaches further than the grid shows.
-    if (old >= 1 && old <= w_.tree.count() && w_.controls.isOn("chkSelectByRow") &&
-        !w_.controls.isOn("chkShowAllFolders")) {
+    if (old >= 1 && old <= w_.tree.count() && w_.controls.isOn(Control::chkSelectByRow) &&
+        !w_.controls.isOn(Control::chkShowAllFolders)) {
         w_.tree.setChecked(old, false);
         builder_.Set_Node_Text(old);
     }
 
     const int index = builder_.Get_Node_Index(node);
-    if (!w_.controls.isOn("chkShowAllFolders") && w_.records[index].Folder) {
+    if (!w_.controls.isOn(Control::chkShowAllFolders) && w_.records[index].Folder) {
         // A folder whose item type cannot be read keeps the columns as they are; the failure is
         // reported and the folder still becomes current.
         w_.errors.run(QStringLiteral("Node_Click_Or_Check - changing folder types"),

@@ -1,6 +1,6 @@
 #include "marking/processing_options.h"
 
-#include "marking/option_rules.h"
+#include "window/option_rules.h"
 
 namespace tf {
 
@@ -19,22 +19,22 @@ ProcessingOptions::ProcessingOptions(WindowParts parts, FolderMarking& marking,
       grid_(grid),
       enabling_(enabling) {
     Controls& c = w_.controls;
-    c.onClick(QStringLiteral("chkDeleteFolders"), [this] { chkDeleteFolders_Click(); });
-    c.onClick(QStringLiteral("chkPermanentDelete"), [this] { chkPermanentDelete_Click(); });
-    c.onClick(QStringLiteral("chkTurbo"), [this] { chkTurbo_Click(); });
-    c.onClick(QStringLiteral("chkCollapseFolders"), [this] { chkCollapseFolders_Click(); });
+    c.onClick(Control::chkDeleteFolders, [this] { chkDeleteFolders_Click(); });
+    c.onClick(Control::chkPermanentDelete, [this] { chkPermanentDelete_Click(); });
+    c.onClick(Control::chkTurbo, [this] { chkTurbo_Click(); });
+    c.onClick(Control::chkCollapseFolders, [this] { chkCollapseFolders_Click(); });
 }
 
 template <typename Forces>
 void ProcessingOptions::force(const Forces& forces) {
     for (const ForcedValue& f : forces) {
-        w_.controls.setValue(QLatin1String(f.box), f.value);
+        w_.controls.setValue(f.box, f.value);
     }
 }
 
 void ProcessingOptions::chkDeleteFolders_Click() {
     w_.errors.run(QStringLiteral("chkDeleteFolders_Click"), [&](Procedure&) {
-        if (w_.controls.isOn("chkDeleteFolders")) {
+        if (w_.controls.isOn(Control::chkDeleteFolders)) {
             if (!deleteFoldersAllowed()) {
                 return;
             }
@@ -63,7 +63,7 @@ bool ProcessingOptions::deleteFoldersAllowed() {
                             kQuote + why,
                         Prompter::OkOnly | Prompter::Critical);
         // Runs this handler again, for the box now off.
-        w_.controls.setValue(QStringLiteral("chkDeleteFolders"), 0);
+        w_.controls.setValue(Control::chkDeleteFolders, 0);
         return false;
     };
     for (int node = 1; node <= w_.tree.count(); ++node) {
@@ -84,18 +84,18 @@ bool ProcessingOptions::deleteFoldersAllowed() {
 
 void ProcessingOptions::chkPermanentDelete_Click() {
     w_.errors.run(QStringLiteral("chkPermanentDelete_Click"), [&](Procedure&) {
-        if (!w_.controls.isOn("chkPermanentDelete")) {
+        if (!w_.controls.isOn(Control::chkPermanentDelete)) {
             for (int node = 1; node <= w_.tree.count(); ++node) {
                 if (!deletedItems_.Allow_Deleted_Items_Folder(node)) {
                     w_.prompter.ask(QStringLiteral("Cannot unckeck Permanent Delete box while ") +
                                         kQuote + QStringLiteral("Deleted Items") + kQuote +
                                         QStringLiteral(" is selected."),
                                     Prompter::OkOnly | Prompter::Critical);
-                    w_.controls.setValue(QStringLiteral("chkPermanentDelete"), 1);
+                    w_.controls.setValue(Control::chkPermanentDelete, 1);
                     return;
                 }
             }
-            if (w_.controls.isOn("chkSelectByRow")) {
+            if (w_.controls.isOn(Control::chkSelectByRow)) {
                 // Rows picked in "Deleted Items" could now go nowhere: they are let go.
                 RedrawOff redrawOff(w_.grid);
                 for (int r = 1; r < w_.grid.Rows(); ++r) {
@@ -112,7 +112,7 @@ void ProcessingOptions::chkPermanentDelete_Click() {
 
 void ProcessingOptions::chkTurbo_Click() {
     w_.errors.run(QStringLiteral("chkTurbo_Click"), [&](Procedure&) {
-        if (w_.controls.isOn("chkTurbo")) {
+        if (w_.controls.isOn(Control::chkTurbo)) {
             force(kTurboForces);
         }
         enabling_.Enable_Check_Boxes();
@@ -121,7 +121,7 @@ void ProcessingOptions::chkTurbo_Click() {
 
 void ProcessingOptions::chkCollapseFolders_Click() {
     w_.errors.run(QStringLiteral("chkCollapseFolders_Click"), [&](Procedure&) {
-        if (!w_.controls.isOn("chkCollapseFolders")) {
+        if (!w_.controls.isOn(Control::chkCollapseFolders)) {
             return;
         }
         for (int node = 1; node <= w_.tree.count(); ++node) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "app/control_enabling.h"
-#include "app/window_parts.h"
 #include "grid/grid_logic.h"
 #include "marking/folder_marking.h"
-#include "outlook/deleted_items.h"
-#include "outlook/folder_tree_builder.h"
+#include "tree/deleted_items.h"
+#include "tree/folder_tree_builder.h"
+#include "window/control_enabling.h"
+#include "window/window_parts.h"
 
 namespace tf {
 

@@ -3,7 +3,7 @@
 #include <QAbstractItemModel>
 #include <functional>
 
-#include "outlook/folder_tree.h"
+#include "window/folder_tree.h"
 
 namespace tf {
 

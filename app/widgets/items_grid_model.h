@@ -2,7 +2,7 @@
 
 #include <QAbstractTableModel>
 
-#include "grid/items_grid.h"
+#include "window/items_grid.h"
 
 namespace tf {
 

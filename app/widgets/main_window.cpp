@@ -24,13 +24,13 @@
 #include <QVBoxLayout>
 #include <cmath>
 
+#include "app/widgets/about_window.h"
 #include "app/widgets/folder_tree_model.h"
 #include "app/widgets/folder_tree_view.h"
+#include "app/widgets/help_browser_window.h"
+#include "app/widgets/help_viewer_window.h"
 #include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
-#include "help/widgets/about_window.h"
-#include "help/widgets/help_browser_window.h"
-#include "help/widgets/help_viewer_window.h"
 
 namespace tf {
 
@@ -78,14 +78,17 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     buildControls();
     logic_->controls.setObserver(this);
     logic_->status.setObserver(this);
-    for (const QString& name : logic_->controls.names()) {
-        controlChanged(name);
+    for (const Control control : allControls()) {
+        controlChanged(control);
     }
     connectOptions();
     helpViewer_ = new frmHelpViewer(this);
     logic_->splitters.setWindow(this);
     logic_->help.attach(*helpViewer_, *this);
-    logic_->help.form.pickControl = [this] { return pickControl(); };
+    logic_->help.form.pickControl = [this]() -> std::optional<Control> {
+        const std::optional<QString> name = pickControl();
+        return name ? controlNamed(*name) : std::nullopt;
+    };
     connectHelpMenu();
     outlook::setItemWindow(&itemWindows_);
     picSlider_->installEventFilter(this);
@@ -297,7 +300,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     auto* types = new QGridLayout;
     for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
         auto* box = new QCheckBox(QLatin1String(kTypeBoxes[i].caption), frame);
-        box->setObjectName(QLatin1String(kTypeBoxes[i].name));
+        box->setObjectName(controlName(kTypeBoxes[i].control));
         const int position = static_cast<int>(i);
         types->addWidget(box, position / 2, position % 2);
     }
@@ -361,13 +364,17 @@ void frmRemoveItems::connectOptions() {
     // The user's changes go to the logic, which runs the option's handler; the logic's changes
     // come back through controlChanged.
     for (QCheckBox* box : frmOptions_->findChildren<QCheckBox*>()) {
-        const QString name = box->objectName();
-        connect(box, &QCheckBox::clicked, this,
-                [this, name](bool checked) { logic_->controls.setValue(name, checked ? 1 : 0); });
+        const std::optional<Control> control = controlNamed(box->objectName());
+        if (!control) {
+            continue;
+        }
+        connect(box, &QCheckBox::clicked, this, [this, id = *control](bool checked) {
+            logic_->controls.setValue(id, checked ? 1 : 0);
+        });
     }
     auto* subject = frmOptions_->findChild<QLineEdit*>(QStringLiteral("txtSelectSubject"));
     connect(subject, &QLineEdit::textEdited, this, [this](const QString& text) {
-        logic_->controls.setCaption(QStringLiteral("txtSelectSubject"), text);
+        logic_->controls.setCaption(Control::txtSelectSubject, text);
     });
     connect(subject, &QLineEdit::returnPressed, this,
             [this] { logic_->options.txtSelectSubject_KeyPress(OptionHandlers::kEnter); });
@@ -379,8 +386,8 @@ void frmRemoveItems::connectOptions() {
     });
     auto* date = frmOptions_->findChild<QDateEdit*>(QStringLiteral("dtpCutoffDate"));
     connect(date, &QDateEdit::dateChanged, this, [this](const QDate& value) {
-        if (toQDate(logic_->controls[QStringLiteral("dtpCutoffDate")].date) != value) {
-            logic_->controls.update(QStringLiteral("dtpCutoffDate"),
+        if (toQDate(logic_->controls[Control::dtpCutoffDate].date) != value) {
+            logic_->controls.update(Control::dtpCutoffDate,
                                     [&](ControlState& c) { c.date = toOleDate(value); });
         }
     });
@@ -439,28 +446,27 @@ void frmRemoveItems::placeControls() {
     const int gridWidth = std::max(0, optionsLeft - kSliderWidth - gridLeft);
     const int raise = toPixels(85);
 
-    const auto set = [this](const QString& name, int x, int y, int w, int h) {
-        logic_->controls.update(name, [&](ControlState& c) {
+    const auto set = [this](Control control, int x, int y, int w, int h) {
+        logic_->controls.update(control, [&](ControlState& c) {
             c.left = toTwips(x);
             c.top = toTwips(y);
             c.width = toTwips(std::max(0, w));
             c.height = toTwips(std::max(0, h));
         });
     };
-    set(QStringLiteral("trvFolders"), kMargin, paneTop, treeWidthPx_, paneHeight);
-    set(QStringLiteral("picSlider"), kMargin + treeWidthPx_, paneTop, kSliderWidth, paneHeight);
-    set(QStringLiteral("grdItems"), gridLeft, paneTop, gridWidth, paneHeight);
-    set(QStringLiteral("picSlider2"), gridLeft + gridWidth, paneTop, kSliderWidth, paneHeight);
-    set(QStringLiteral("frmOptions"), optionsLeft, paneTop - raise, optionsWidthPx_,
-        paneHeight + raise);
-    set(QStringLiteral("cmdRun"), optionsLeft, bottom - kButtonHeight, optionsWidthPx_,
-        kButtonHeight);
-    set(QStringLiteral("lblCurrentFolder"), gridLeft + toPixels(75), kMargin,
+    set(Control::trvFolders, kMargin, paneTop, treeWidthPx_, paneHeight);
+    set(Control::picSlider, kMargin + treeWidthPx_, paneTop, kSliderWidth, paneHeight);
+    set(Control::grdItems, gridLeft, paneTop, gridWidth, paneHeight);
+    set(Control::picSlider2, gridLeft + gridWidth, paneTop, kSliderWidth, paneHeight);
+    set(Control::frmOptions, optionsLeft, paneTop - raise, optionsWidthPx_, paneHeight + raise);
+    set(Control::cmdRun, optionsLeft, bottom - kButtonHeight, optionsWidthPx_, kButtonHeight);
+    set(Control::lblCurrentFolder, gridLeft + toPixels(75), kMargin,
         gridWidth + kSliderWidth + optionsWidthPx_ - toPixels(75), kLabelHeight);
 }
 
-void frmRemoveItems::controlChanged(const QString& name) {
-    const ControlState& c = logic_->controls[name];
+void frmRemoveItems::controlChanged(Control control) {
+    const QString name = controlName(control);
+    const ControlState& c = logic_->controls[control];
     if (QAction* action = actions_.value(name)) {
         action->setEnabled(c.enabled);
         return;
@@ -472,7 +478,7 @@ void frmRemoveItems::controlChanged(const QString& name) {
     widget->setEnabled(c.enabled);
     // A tooltip's "\r\n" is one line break.
     widget->setToolTip(QString(c.toolTip).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
-    if (name != QLatin1String("sbStatusBar")) {
+    if (name != QStringLiteral("sbStatusBar")) {
         widget->setVisible(c.visible);
     }
     if (c.mousePointer == kSizeWestEast) {
@@ -482,7 +488,7 @@ void frmRemoveItems::controlChanged(const QString& name) {
         widget->setGeometry(toPixels(c.left), toPixels(c.top), toPixels(c.width),
                             toPixels(c.height));
     }
-    if (name == QLatin1String("lblCurrentFolder")) {
+    if (name == QStringLiteral("lblCurrentFolder")) {
         lblCurrentFolder_->setText(c.caption);
     } else if (widget == cmdRun_) {
         if (!c.caption.isEmpty()) {
@@ -656,8 +662,8 @@ bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {
 
 void frmRemoveItems::keepPaneWidths() {
     // Later resizes of the window lay the panes out from these.
-    treeWidthPx_ = toPixels(logic_->controls[QStringLiteral("trvFolders")].width);
-    optionsWidthPx_ = toPixels(logic_->controls[QStringLiteral("frmOptions")].width);
+    treeWidthPx_ = toPixels(logic_->controls[Control::trvFolders].width);
+    optionsWidthPx_ = toPixels(logic_->controls[Control::frmOptions].width);
 }
 
 double frmRemoveItems::Width() const {

@@ -6,19 +6,19 @@
 #include <memory>
 #include <optional>
 
-#include "app/controls.h"
 #include "app/main_window_logic.h"
-#include "app/status_panels.h"
+#include "app/widgets/about_window.h"
 #include "app/widgets/folder_tree_view.h"
+#include "app/widgets/help_browser_window.h"
+#include "app/widgets/help_viewer_window.h"
 #include "app/widgets/item_window.h"
 #include "app/widgets/qt_prompter.h"
 #include "app/widgets/qt_yield.h"
-#include "app/window_shell.h"
 #include "help/main_window_help.h"
-#include "help/widgets/about_window.h"
-#include "help/widgets/help_browser_window.h"
-#include "help/widgets/help_viewer_window.h"
 #include "layout/splitter_layout.h"
+#include "window/controls.h"
+#include "window/status_panels.h"
+#include "window/window_shell.h"
 
 class QTreeView;
 class QMouseEvent;
@@ -84,7 +84,7 @@ class frmRemoveItems : public QMainWindow,
     void buildControls();
     QGroupBox* buildOptionsFrame();
     void placeControls();
-    void controlChanged(const QString& name) override;
+    void controlChanged(Control control) override;
     void panelChanged(int panel) override;
     void connectTree();
     void connectOptions();

@@ -3,7 +3,7 @@
 #include <QLabel>
 #include <QWidget>
 
-#include "common/message_window.h"
+#include "window/message_window.h"
 
 namespace tf {
 

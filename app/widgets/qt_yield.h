@@ -2,7 +2,7 @@
 
 #include <QElapsedTimer>
 
-#include "common/yield.h"
+#include "window/yield.h"
 
 namespace tf {
 

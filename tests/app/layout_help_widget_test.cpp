@@ -206,7 +206,7 @@ TEST_F(LayoutAndHelp, WhatsThisThenAClickOpensThatControlsTopic) {
         << viewer->currentPage().toString().toStdString();
     // The click only asked for help: the option itself is unchanged.
     EXPECT_FALSE(qobject_cast<QAbstractButton*>(control("chkTurbo"))->isChecked());
-    EXPECT_EQ(window->logic().controls[QStringLiteral("chkTurbo")].whatsThisHelpID, 0);
+    EXPECT_EQ(window->logic().controls[Control::chkTurbo].whatsThisHelpID, 0);
     // The contents show which page this is.
     auto* contents = qobject_cast<QHelpContentWidget*>(viewer->contents());
     QTRY_VERIFY_WITH_TIMEOUT(contents->currentIndex().data().toString() == QLatin1String("Turbo"),

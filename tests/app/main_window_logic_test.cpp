@@ -16,10 +16,10 @@ class MainWindowLogic : public WindowFixture {
   protected:
     void useStore(const std::shared_ptr<MemoryStore>& store) { open({store}); }
     static std::shared_ptr<MemoryStore> store() { return storeWithInbox(4); }
-    void place(const QString& name, double left, double top, double width, double height) {
-        testing::place(logic.controls, name, left, top, width, height);
+    void place(Control control, double left, double top, double width, double height) {
+        testing::place(logic.controls, control, left, top, width, height);
     }
-    const ControlState& control(const QString& name) { return logic.controls[name]; }
+    const ControlState& control(Control control) { return logic.controls[control]; }
 };
 
 TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {
@@ -32,12 +32,10 @@ TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {
                            QStringLiteral("message:hide"), QStringLiteral("main:show")}));
     EXPECT_TRUE(logic.tree.visible());
     EXPECT_EQ(logic.tree.count(), 11);
-    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).caption,
-              QStringLiteral("Current Folder: Inbox"));
-    EXPECT_EQ(toQDate(control(QStringLiteral("dtpCutoffDate")).date), QDate::currentDate());
-    EXPECT_EQ(control(QStringLiteral("dtpCutoffDate")).date,
-              datePart(control(QStringLiteral("dtpCutoffDate")).date));
-    EXPECT_FALSE(control(QStringLiteral("cmddebug")).visible);
+    EXPECT_EQ(control(Control::lblCurrentFolder).caption, QStringLiteral("Current Folder: Inbox"));
+    EXPECT_EQ(toQDate(control(Control::dtpCutoffDate).date), QDate::currentDate());
+    EXPECT_EQ(control(Control::dtpCutoffDate).date, datePart(control(Control::dtpCutoffDate).date));
+    EXPECT_FALSE(control(Control::cmddebug).visible);
     EXPECT_FALSE(logic.flags.Processing);
     EXPECT_EQ(logic.colours.highlight, 0x00FFFF00u);
     EXPECT_EQ(logic.colours.unloaded, 0x00FF9696u);
@@ -77,23 +75,23 @@ TEST_F(MainWindowLogic, AlignsTheControlsAtStartUp) {
     useStore(store());
     // The panes meet their bars, as the window lays them out; the splitter bars' set-up lines
     // the options frame up with the grid before it is raised.
-    place(QStringLiteral("trvFolders"), 0, 1200, 3925, 7000);
-    place(QStringLiteral("picSlider"), 3925, 1200, 75, 7000);
-    place(QStringLiteral("grdItems"), 4000, 1200, 6925, 7000);
-    place(QStringLiteral("picSlider2"), 10925, 1200, 75, 7000);
-    place(QStringLiteral("frmOptions"), 11000, 1000, 3000, 5000);
-    place(QStringLiteral("txtSelectSubject"), 200, 3000, 999, 300);
+    place(Control::trvFolders, 0, 1200, 3925, 7000);
+    place(Control::picSlider, 3925, 1200, 75, 7000);
+    place(Control::grdItems, 4000, 1200, 6925, 7000);
+    place(Control::picSlider2, 10925, 1200, 75, 7000);
+    place(Control::frmOptions, 11000, 1000, 3000, 5000);
+    place(Control::txtSelectSubject, 200, 3000, 999, 300);
     ASSERT_TRUE(logic.Form_Load());
 
-    EXPECT_EQ(control(QStringLiteral("frmOptions")).top, 1115);
-    EXPECT_EQ(control(QStringLiteral("frmOptions")).height, 7085);
-    EXPECT_EQ(control(QStringLiteral("linOptions1")).x1, 75);
-    EXPECT_EQ(control(QStringLiteral("linOptions2")).x2, 2925);
-    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).left, 4075);
-    EXPECT_EQ(control(QStringLiteral("lblCurrentFolder")).width, 9925);
-    EXPECT_EQ(control(QStringLiteral("cmdRun")).left, 11000);
-    EXPECT_EQ(control(QStringLiteral("cmdRun")).width, 3000);
-    EXPECT_EQ(control(QStringLiteral("txtSelectSubject")).width, 2700);
+    EXPECT_EQ(control(Control::frmOptions).top, 1115);
+    EXPECT_EQ(control(Control::frmOptions).height, 7085);
+    EXPECT_EQ(control(Control::linOptions1).x1, 75);
+    EXPECT_EQ(control(Control::linOptions2).x2, 2925);
+    EXPECT_EQ(control(Control::lblCurrentFolder).left, 4075);
+    EXPECT_EQ(control(Control::lblCurrentFolder).width, 9925);
+    EXPECT_EQ(control(Control::cmdRun).left, 11000);
+    EXPECT_EQ(control(Control::cmdRun).width, 3000);
+    EXPECT_EQ(control(Control::txtSelectSubject).width, 2700);
 }
 
 TEST_F(MainWindowLogic, TheCurrentFolderLabelIsNeverNarrowerThanNothing) {
@@ -104,14 +102,13 @@ TEST_F(MainWindowLogic, TheCurrentFolderLabelIsNeverNarrowerThanNothing) {
     } cases[] = {{0, 0}, {75.5, 0}, {76, 1}, {112.5, 38}, {113.5, 38}, {114.5, 40}};
     for (const Case& c : cases) {
         RemoveItemsLogic fresh(prompter, yield, messageWindow, shell, source);
-        fresh.controls.update(QStringLiteral("grdItems"),
-                              [&](ControlState& s) { s.width = c.gridWidth; });
+        fresh.controls.update(Control::grdItems, [&](ControlState& s) { s.width = c.gridWidth; });
         // The second bar and the options frame, both without width, where the grid ends.
-        for (const QString& name : {QStringLiteral("picSlider2"), QStringLiteral("frmOptions")}) {
+        for (const Control name : {Control::picSlider2, Control::frmOptions}) {
             fresh.controls.update(name, [&](ControlState& s) { s.left = c.gridWidth; });
         }
         ASSERT_TRUE(fresh.Form_Load());
-        EXPECT_EQ(fresh.controls[QStringLiteral("lblCurrentFolder")].width, c.expected)
+        EXPECT_EQ(fresh.controls[Control::lblCurrentFolder].width, c.expected)
             << "grid width " << c.gridWidth;
     }
 }

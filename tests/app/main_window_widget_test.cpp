@@ -221,7 +221,7 @@ TEST_F(MainWindowWidgets, ASubjectTypedAndEnteredFiltersTheGrid) {
     EXPECT_TRUE(subject->isEnabled());
     // Hide what the filter leaves out, then type a subject's start and press Enter.
     tick(showUnselected);
-    EXPECT_EQ(window.logic().controls.value(QStringLiteral("chkShowUnselectedItems")), 0);
+    EXPECT_EQ(window.logic().controls.value(Control::chkShowUnselectedItems), 0);
     // The Inbox's folder is not marked, so nothing is selected and nothing shows.
     EXPECT_EQ(grid->rowCount(), 0);
     tick(showUnselected);
@@ -229,7 +229,7 @@ TEST_F(MainWindowWidgets, ASubjectTypedAndEnteredFiltersTheGrid) {
 
     subject->setFocus();
     QTest::keyClicks(subject, QStringLiteral("invoice"));
-    EXPECT_EQ(window.logic().controls[QStringLiteral("txtSelectSubject")].caption,
+    EXPECT_EQ(window.logic().controls[Control::txtSelectSubject].caption,
               QStringLiteral("invoice"));
     QTest::keyClick(subject, Qt::Key_Return);
     // With both show options on the rows stay and only their marks follow the filter; the
@@ -346,7 +346,7 @@ TEST_F(MarkingWidgets, TheSpaceBarTicksTheCurrentNodeThroughTheSameRules) {
 TEST_F(MarkingWidgets, SelectByRowPicksRowsWithPlainShiftAndCtrlClicks) {
     tickInView(*tree, folderIndex(*tree->model(), QStringLiteral("Inbox")));
     tick(window->findChild<QCheckBox*>(QStringLiteral("chkSelectByRow")));
-    ASSERT_EQ(window->logic().controls.value(QStringLiteral("chkSelectByRow")), 1);
+    ASSERT_EQ(window->logic().controls.value(Control::chkSelectByRow), 1);
     ASSERT_GE(grid->model()->rowCount(), 8);
 
     clickRow(*grid, 1);
@@ -365,7 +365,7 @@ TEST_F(MarkingWidgets, SelectByRowPicksRowsWithPlainShiftAndCtrlClicks) {
 
 TEST_F(MarkingWidgets, EveryControlShowsItsTooltip) {
     for (const ControlTooltip& tip : controlTooltips()) {
-        auto* widget = window->findChild<QWidget*>(QLatin1String(tip.control));
+        auto* widget = window->findChild<QWidget*>(controlName(tip.control));
         ASSERT_NE(widget, nullptr) << tip.control;
         EXPECT_EQ(widget->toolTip(), QString::fromLatin1(tip.text).replace(QStringLiteral("\r\n"),
                                                                            QStringLiteral("\n")))

@@ -11,19 +11,19 @@ namespace {
 // The filters over a one-folder tree whose cache the tests fill by hand.
 class ItemFilterTest : public ::testing::Test {
   protected:
-    ItemFilterTest() : controls(mainWindowControlNames()), filters(controls, tree, records) {
+    ItemFilterTest() : filters(controls, tree, records) {
         records.recreate();
         tree.add(0, QStringLiteral("K"), QStringLiteral("Inbox"));
         tree.setChecked(1, true);
     }
-    void set(const char* name, int value) {
-        controls.update(QLatin1String(name), [&](ControlState& c) { c.value = value; });
+    void set(Control name, int value) {
+        controls.update(name, [&](ControlState& c) { c.value = value; });
     }
     void subjectFilter(const QString& text, bool matchCase, bool matchWord) {
-        set("chkSelectSubject", 1);
-        set("chkMatchCase", matchCase ? 1 : 0);
-        set("chkMatchWord", matchWord ? 1 : 0);
-        controls.setCaption(QStringLiteral("txtSelectSubject"), text);
+        set(Control::chkSelectSubject, 1);
+        set(Control::chkMatchCase, matchCase ? 1 : 0);
+        set(Control::chkMatchWord, matchWord ? 1 : 0);
+        controls.setCaption(Control::txtSelectSubject, text);
     }
     int add(const ItemData& item) {
         records[1].ItemCache.push_back(item);
@@ -79,29 +79,29 @@ TEST_F(ItemFilterTest, AnEmptyTextSelectsEverythingUnlessTheWholeSubjectMustMatc
 }
 
 TEST_F(ItemFilterTest, TheCutOffDayItselfIsIncludedWhateverTheTimeInThePicker) {
-    set("chkSelectDate", 1);
-    controls.update(QStringLiteral("dtpCutoffDate"),
+    set(Control::chkSelectDate, 1);
+    controls.update(Control::dtpCutoffDate,
                     [](ControlState& c) { c.date = dateSerial(2003, 6, 30) + 0.75; });
     EXPECT_TRUE(filters.Check_Date(dateSerial(2003, 6, 30)));
     EXPECT_TRUE(filters.Check_Date(dateSerial(1999, 1, 1)));
     EXPECT_FALSE(filters.Check_Date(dateSerial(2003, 7, 1)));
-    controls.update(QStringLiteral("dtpCutoffDate"),
+    controls.update(Control::dtpCutoffDate,
                     [](ControlState& c) { c.date = dateSerial(2003, 6, 30); });
     EXPECT_TRUE(filters.Check_Date(dateSerial(2003, 6, 30)));
-    set("chkSelectDate", 0);
+    set(Control::chkSelectDate, 0);
     EXPECT_TRUE(filters.Check_Date(dateSerial(2099, 1, 1)));
 }
 
 TEST_F(ItemFilterTest, TheTypeFilterKnowsOnlyTheSixTypesOfItsBoxes) {
     EXPECT_TRUE(filters.Check_Type(outlook::olMeetingRequest));  // filter off: all pass
-    set("chkSelectType", 1);
+    set(Control::chkSelectType, 1);
     for (const TypeBox& box : kTypeBoxes) {
-        set(box.name, box.itemClass == outlook::olMail ? 1 : 0);
+        set(box.control, box.itemClass == outlook::olMail ? 1 : 0);
     }
     EXPECT_TRUE(filters.Check_Type(outlook::olMail));
     EXPECT_FALSE(filters.Check_Type(outlook::olMeetingRequest));
     EXPECT_FALSE(filters.Check_Type(outlook::olTask));
-    set("chkType48", 1);
+    set(Control::chkType48, 1);
     EXPECT_TRUE(filters.Check_Type(outlook::olTask));
     EXPECT_FALSE(filters.Check_Type(outlook::olTaskRequest));
     EXPECT_FALSE(filters.Check_Type(outlook::olDistributionList));
@@ -114,7 +114,7 @@ TEST_F(ItemFilterTest, AnUnreadItemNeedsTheUnreadOption) {
     const int read = add(mail(QStringLiteral("y")));
     EXPECT_FALSE(filters.Check_Filtered_Record(1, 1, item));
     EXPECT_TRUE(filters.Check_Filtered_Record(1, 1, read));
-    set("chkSelectUnread", 1);
+    set(Control::chkSelectUnread, 1);
     EXPECT_TRUE(filters.Check_Filtered_Record(1, 1, item));
     EXPECT_TRUE(filters.Check_Filtered_Record(1, 1, read));
 }
@@ -129,19 +129,19 @@ TEST_F(ItemFilterTest, NothingPassesInAnUnmarkedFolderOrBeyondTheCache) {
 }
 
 TEST_F(ItemFilterTest, EveryFilterThatIsOnMustLetTheItemThrough) {
-    set("chkSelectDate", 1);
-    controls.update(QStringLiteral("dtpCutoffDate"),
+    set(Control::chkSelectDate, 1);
+    controls.update(Control::dtpCutoffDate,
                     [](ControlState& c) { c.date = dateSerial(2003, 6, 30); });
     subjectFilter(QStringLiteral("invoice"), false, false);
-    set("chkSelectType", 1);
-    set("chkType43", 1);
+    set(Control::chkSelectType, 1);
+    set(Control::chkType43, 1);
     const int old = add(mail(QStringLiteral("Invoice 1"), dateSerial(2003, 6, 1)));
     const int young = add(mail(QStringLiteral("Invoice 2"), dateSerial(2003, 7, 1)));
     const int other = add(mail(QStringLiteral("Lunch"), dateSerial(2003, 6, 1)));
     ItemData note = mail(QStringLiteral("Invoice 3"), dateSerial(2003, 6, 1));
     note.ItemClass = outlook::olNote;
     const int noted = add(note);
-    set("chkType44", 0);
+    set(Control::chkType44, 0);
     EXPECT_TRUE(filters.Check_Filtered_Record(1, 1, old));
     EXPECT_FALSE(filters.Check_Filtered_Record(1, 1, young));
     EXPECT_FALSE(filters.Check_Filtered_Record(1, 1, other));

@@ -10,6 +10,7 @@
 #include "store/local/local_store.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/window_fakes.h"
+#include "window/control_ids.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ int main(int argc, char* argv[]) {
         }
     }
     if (qstrcmp(argv[2], "turbo") == 0) {
-        logic.controls.setValue(QStringLiteral("chkTurbo"), 1);
+        logic.controls.setValue(tf::Control::chkTurbo, 1);
     }
     yield.logic = &logic;
     std::printf("ready\n");

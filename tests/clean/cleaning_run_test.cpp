@@ -38,8 +38,8 @@ TEST_F(CleanRun, MovesTheTickedFolderAndLeavesTheWindowMatchingTheStore) {
     EXPECT_EQ(logic.status.text(1), QString());
     EXPECT_EQ(logic.status.text(2), QString());
     EXPECT_FALSE(logic.flags.Processing);
-    EXPECT_EQ(logic.controls[QStringLiteral("cmdRun")].caption, QStringLiteral("&Clean"));
-    EXPECT_TRUE(enabled("trvFolders"));
+    EXPECT_EQ(logic.controls[Control::cmdRun].caption, QStringLiteral("&Clean"));
+    EXPECT_TRUE(enabled(Control::trvFolders));
     // The cache was packed and Deleted Items read again, so both match the store.
     EXPECT_EQ(record(QStringLiteral("Inbox")).CachedCount, 1);
     EXPECT_EQ(record(QStringLiteral("Deleted Items")).CachedCount, 5);
@@ -49,7 +49,7 @@ TEST_F(CleanRun, MovesTheTickedFolderAndLeavesTheWindowMatchingTheStore) {
 
 TEST_F(CleanRun, WalksChildrenBeforeParentsMarkingTheFolderAtWork) {
     loadLocal();
-    set("chkMarkSubFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
     tick("Projects");
     std::vector<QString> marked;
     yield.onEvery = [&] {
@@ -123,7 +123,7 @@ TEST_F(CleanRun, CancelAnsweredNoGoesOnAndYesStopsWithWhatWasDone) {
 
 TEST_F(CleanRun, CancelInAnItemQuestionEndsTheRunAfterThatItem) {
     loadLocal();
-    set("chkConfirmItems", 1);
+    set(Control::chkConfirmItems, 1);
     tick("Beta");
     tick("Projects");
     prompter.answerWhen(QStringLiteral("Move item "), Prompter::Yes)
@@ -158,7 +158,7 @@ TEST_F(CleanRun, DeclinedFolderIsUnmarkedAndUntouched) {
 
 TEST_F(CleanRun, CleanedFoldersKeepTheirMarksOnlyWhileAllFoldersShow) {
     loadLocal();
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     tick("Beta");
     tick("Old");
     clean();
@@ -170,8 +170,8 @@ TEST_F(CleanRun, CleanedFoldersKeepTheirMarksOnlyWhileAllFoldersShow) {
 
 TEST_F(CleanRun, NothingSelectedEndsWithNoItemsAndATotalOfNought) {
     loadLocal();
-    set("chkSelectSubject", 1);
-    logic.controls.setCaption(QStringLiteral("txtSelectSubject"), QStringLiteral("no such words"));
+    set(Control::chkSelectSubject, 1);
+    logic.controls.setCaption(Control::txtSelectSubject, QStringLiteral("no such words"));
     tick("Inbox");
     clean();
     EXPECT_EQ(prompter.texts().first(),
@@ -199,7 +199,7 @@ class FolderRun : public CleanFixture {
   protected:
     void SetUp() override {
         loadLocal();
-        set("chkDeleteFolders", 1);
+        set(Control::chkDeleteFolders, 1);
     }
     static QString deleteQuestion(const QString& path) {
         return QStringLiteral("Delete items in \"Personal Folders\\") + path +
@@ -221,7 +221,7 @@ TEST_F(FolderRun, RemovesTheBranchLeavesFirstAndResetsTheOption) {
     EXPECT_EQ(texts[5], deleteQuestion(QStringLiteral("Projects")));
     EXPECT_EQ(texts.last(), QStringLiteral(" 4 items were deleted."));
     EXPECT_TRUE(panels.saw(QStringLiteral("2:Total Processed:  4")));
-    EXPECT_EQ(value("chkDeleteFolders"), 0);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 0);
 
     EXPECT_EQ(inStore(QStringLiteral("Projects")), -1);
     EXPECT_EQ(inStore(QStringLiteral("Deleted Items")), 2);

@@ -22,8 +22,8 @@ std::shared_ptr<MemoryStore> datedInbox() {
 }
 
 void cutOff(RemoveItemsLogic& logic, int year, int month, int day) {
-    logic.controls.setValue(QStringLiteral("chkSelectDate"), 1);
-    logic.controls.update(QStringLiteral("dtpCutoffDate"),
+    logic.controls.setValue(Control::chkSelectDate, 1);
+    logic.controls.update(Control::dtpCutoffDate,
                           [&](ControlState& c) { c.date = dateSerial(year, month, day); });
 }
 
@@ -69,7 +69,7 @@ TEST_F(Strategy, TurboDeletesEveryItemForGoodAndReportsEveryHundred) {
     auto layout = sampleStore();
     layout->addItems(layout->folder(QStringLiteral("Projects/Alpha")), 245);
     loadLocal({layout});
-    set("chkTurbo", 1);
+    set(Control::chkTurbo, 1);
     tick("Alpha");
     clean();
     EXPECT_EQ(inStore(QStringLiteral("Projects/Alpha")), 0);
@@ -94,7 +94,7 @@ TEST_F(Strategy, TurboStatusCountsHundredsOfTheWholeRun) {
     layout->addItems(layout->folder(QStringLiteral("Projects/Alpha")), 145);  // 150 in all
     layout->addItems(layout->folder(QStringLiteral("Projects/Beta")), 150);   // 153 in all
     loadLocal({layout});
-    set("chkTurbo", 1);
+    set(Control::chkTurbo, 1);
     tick("Alpha");
     tick("Beta");
     clean();
@@ -126,7 +126,7 @@ TEST_F(Strategy, PermanentDeleteInAUsersOwnDeletedItemsFolderLeavesTheItemsRecov
         }
     }
     ASSERT_NE(ownNode, 0);
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick(ownNode);
     ASSERT_TRUE(logic.tree.node(ownNode).Checked);
     clean();
@@ -145,7 +145,7 @@ TEST_F(Strategy, PickedRowsAloneAreMovedAndTheOtherPicksStay) {
     loadLocal();
     click("Beta");
     tick("Beta");
-    set("chkSelectByRow", 1);
+    set(Control::chkSelectByRow, 1);
     const auto subjectOfRow = [&](int r) {
         return logic.gridLogic.cell(logic.grid.row(r), kFieldSubject);
     };
@@ -167,12 +167,12 @@ TEST_F(Strategy, PickedRowsAloneAreMovedAndTheOtherPicksStay) {
     // The moved rows are gone; the one left is not picked, so Clean has nothing to take.
     EXPECT_EQ(rows(), 1);
     EXPECT_EQ(selectedRows(), 0);
-    EXPECT_FALSE(enabled("cmdRun"));
+    EXPECT_FALSE(enabled(Control::cmdRun));
 }
 
 TEST_F(Strategy, PermanentDeleteMovesThenDeletesFromDeletedItems) {
     loadLocal();
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick("Beta");
     clean();
     EXPECT_EQ(inStore(QStringLiteral("Projects/Beta")), 0);
@@ -183,7 +183,7 @@ TEST_F(Strategy, PermanentDeleteMovesThenDeletesFromDeletedItems) {
 
 TEST_F(Strategy, ItemsAlreadyInDeletedItemsAreDeletedOnce) {
     loadLocal();
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick("Deleted Items");
     clean();
     EXPECT_EQ(inStore(QStringLiteral("Deleted Items")), 0);
@@ -215,7 +215,7 @@ TEST_F(Strategy, FailedDeleteIsReportedCountedOutAndTheRunGoesOn) {
 
 TEST_F(Strategy, FailedSecondDeleteLeavesTheItemInDeletedItems) {
     loadLocal();
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     faults->failDeleteAt = 2;  // the first item's delete from Deleted Items
     tick("Beta");
     clean();
@@ -250,7 +250,7 @@ TEST_F(Strategy, ItemMovedToAnUnmarkedFolderIsNotDeletedThere) {
     // rule on another computer would.
     auto store = sampleStore();
     load({store});
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick("Beta");
     auto& beta = store->folder(QStringLiteral("Projects/Beta"))->items;
     store->folder(QStringLiteral("Inbox"))->items.push_back(beta.front());

@@ -85,7 +85,7 @@ TEST_F(ItemDisplayTest, ItemDeletedSinceItWasListedCannotBeRetrieved) {
 
 TEST_F(ItemDisplayTest, AfterEarlierItemsWereDeletedARowStillOpensItsOwnItem) {
     // Rows picked and deleted by a row run leave gaps in the folder's positions.
-    set("chkSelectByRow", 1);
+    set(Control::chkSelectByRow, 1);
     logic.rows.grdItems_MouseUp(RowSelection::kLeftButton, 0, 1);
     logic.rows.grdItems_MouseUp(RowSelection::kLeftButton, RowSelection::kShift, 4);
     clean();

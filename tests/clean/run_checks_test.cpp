@@ -17,9 +17,9 @@ class Gate : public CleanFixture {
 
 TEST_F(Gate, TurboAsksItsOwnQuestionAndNoMore) {
     tick("Beta");
-    set("chkTurbo", 1);
+    set(Control::chkTurbo, 1);
     // Delete Folders cannot be ticked beside Turbo; set behind the handlers, Turbo still wins.
-    logic.controls.update(QStringLiteral("chkDeleteFolders"), [](ControlState& c) { c.value = 1; });
+    logic.controls.update(Control::chkDeleteFolders, [](ControlState& c) { c.value = 1; });
     const auto counts = before();
     prompter.answerWhen(QStringLiteral("CAUTION!"), Prompter::No);
     clean();
@@ -36,21 +36,21 @@ TEST_F(Gate, TurboAsksItsOwnQuestionAndNoMore) {
 
 TEST_F(Gate, PermanentDeleteIsAskedAndNoStops) {
     tick("Beta");
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     const auto counts = before();
     prompter.answerWhen(QStringLiteral("Permanently"), Prompter::No);
     clean();
     EXPECT_EQ(prompter.texts().last(),
               QStringLiteral("Permanently delete items in selected folders?"));
     EXPECT_EQ(folderCounts(path), counts);
-    EXPECT_EQ(logic.controls[QStringLiteral("cmdRun")].caption, QStringLiteral("&Clean"));
+    EXPECT_EQ(logic.controls[Control::cmdRun].caption, QStringLiteral("&Clean"));
 }
 
 TEST_F(Gate, CutOffFromTodayOnIsQuestionedAndYesterdayIsNot) {
     tick("Beta");
-    set("chkSelectDate", 1);
+    set(Control::chkSelectDate, 1);
     const auto counts = before();
-    logic.controls.update(QStringLiteral("dtpCutoffDate"),
+    logic.controls.update(Control::dtpCutoffDate,
                           [](ControlState& c) { c.date = dateSerial(2026, 11, 22) + 0.75; });
     prompter.answerWhen(QStringLiteral("Selecting the date"), Prompter::No);
     clean();
@@ -60,7 +60,7 @@ TEST_F(Gate, CutOffFromTodayOnIsQuestionedAndYesterdayIsNot) {
     EXPECT_EQ(folderCounts(path), counts);
 
     prompter.forget();
-    logic.controls.update(QStringLiteral("dtpCutoffDate"),
+    logic.controls.update(Control::dtpCutoffDate,
                           [](ControlState& c) { c.date = dateSerial(2026, 11, 21); });
     clean();
     EXPECT_TRUE(prompter.texts().filter(QStringLiteral("Selecting the date")).isEmpty());
@@ -68,10 +68,10 @@ TEST_F(Gate, CutOffFromTodayOnIsQuestionedAndYesterdayIsNot) {
 
 TEST_F(Gate, MissingSubjectAndTypeMakeOneMessageOfTwoLines) {
     tick("Beta");
-    set("chkSelectSubject", 1);
-    set("chkSelectType", 1);
+    set(Control::chkSelectSubject, 1);
+    set(Control::chkSelectType, 1);
     for (const TypeBox& box : kTypeBoxes) {
-        set(box.name, 0);
+        set(box.control, 0);
     }
     const auto counts = before();
     clean();
@@ -82,8 +82,8 @@ TEST_F(Gate, MissingSubjectAndTypeMakeOneMessageOfTwoLines) {
 }
 
 TEST_F(Gate, CountsSayItemOrItemsAndFolderOrFolders) {
-    set("chkSelectSubject", 1);
-    logic.controls.setCaption(QStringLiteral("txtSelectSubject"), QStringLiteral("Beta item 2"));
+    set(Control::chkSelectSubject, 1);
+    logic.controls.setCaption(Control::txtSelectSubject, QStringLiteral("Beta item 2"));
     tick("Beta");
     prompter.answerWhen(QStringLiteral("Move items"), Prompter::No);
     clean();
@@ -91,7 +91,7 @@ TEST_F(Gate, CountsSayItemOrItemsAndFolderOrFolders) {
               QStringLiteral("1 item in 1 folder identified for cleaning."));
 
     prompter.forget();
-    set("chkSelectSubject", 0);
+    set(Control::chkSelectSubject, 0);
     tick("Beta");
     tick("Old");
     prompter.answerWhen(QStringLiteral("Move items"), Prompter::No)
@@ -167,8 +167,7 @@ TEST_F(Capacity, EveryOverfullStoreHasItsOwnMessage) {
 TEST_F(Capacity, PermanentDeleteNeedsNoRoom) {
     load({storeHolding(16383, 5, QStringLiteral("Personal Folders"), QStringLiteral("S"))});
     tick("Inbox");
-    logic.controls.update(QStringLiteral("chkPermanentDelete"),
-                          [](ControlState& c) { c.value = 1; });
+    logic.controls.update(Control::chkPermanentDelete, [](ControlState& c) { c.value = 1; });
     EXPECT_TRUE(fits());
     EXPECT_TRUE(prompter.texts().isEmpty());
 }
@@ -177,7 +176,7 @@ TEST_F(Capacity, PickedRowsCountForTheirOwnStoreOnly) {
     load({storeHolding(16382, 3, QStringLiteral("Personal Folders"), QStringLiteral("S"))});
     click("Inbox");
     tick("Inbox");
-    set("chkSelectByRow", 1);
+    set(Control::chkSelectByRow, 1);
     logic.rows.grdItems_MouseUp(RowSelection::kLeftButton, 0, 1);
     EXPECT_TRUE(fits());
     logic.rows.grdItems_MouseUp(RowSelection::kLeftButton, RowSelection::kShift, 2);

@@ -28,7 +28,7 @@ class GridRules : public WindowFixture {
         }
         return words;
     }
-    void set(const char* name, int value) { logic.controls.setValue(QLatin1String(name), value); }
+    void set(Control name, int value) { logic.controls.setValue(name, value); }
     // An Inbox of read mails "Invoice 1..n" and "Lunch 1..n", the Inbox marked.
     std::shared_ptr<MemoryStore> invoicesAndLunches(int n) {
         auto s = MemoryStore::withDefaultFolders(QStringLiteral("P"), QStringLiteral("S"));
@@ -41,8 +41,8 @@ class GridRules : public WindowFixture {
         return s;
     }
     void filterSubject(const QString& text) {
-        logic.controls.setCaption(QStringLiteral("txtSelectSubject"), text);
-        set("chkSelectSubject", 1);
+        logic.controls.setCaption(Control::txtSelectSubject, text);
+        set(Control::chkSelectSubject, 1);
     }
 };
 
@@ -63,7 +63,7 @@ TEST_F(GridRules, EachViewHasItsColumnsAndSortFields) {
         {false, 2, {"Type", "Subject", "Date", "TYPE"}, {no, 2, no, 3, no, 4}},
     };
     for (const Case& c : cases) {
-        logic.controls.update(QStringLiteral("chkShowAllFolders"),
+        logic.controls.update(Control::chkShowAllFolders,
                               [&](ControlState& s) { s.value = c.showAll ? 1 : 0; });
         logic.flags.CurrentGridItemType = c.itemType;
         logic.gridLogic.Set_Grid_Columns();
@@ -136,21 +136,21 @@ TEST_F(GridRules, TheShowOptionsTakeRowsAwayAndBringThemBackOnce) {
     filterSubject(QStringLiteral("invoice"));
     const int subject = columnHeaded(QStringLiteral("Subject"));
 
-    set("chkShowUnselectedItems", 0);
+    set(Control::chkShowUnselectedItems, 0);
     EXPECT_EQ(column(subject), (QStringList{"Invoice 1", "Invoice 2", "Invoice 3"}))
         << column(subject).join(QStringLiteral(",")).toStdString();
-    set("chkShowSelectedItems", 0);
+    set(Control::chkShowSelectedItems, 0);
     EXPECT_EQ(logic.grid.Rows(), 1);
-    set("chkShowUnselectedItems", 1);
+    set(Control::chkShowUnselectedItems, 1);
     EXPECT_EQ(column(subject).size(), 3);
     EXPECT_TRUE(column(subject).first().startsWith(QStringLiteral("Lunch")));
-    set("chkShowSelectedItems", 1);
+    set(Control::chkShowSelectedItems, 1);
     const QStringList all = column(subject);
     const std::set<QString> unique(all.begin(), all.end());
     EXPECT_EQ(all.size(), 6);
     EXPECT_EQ(unique.size(), 6u);
     // With the unselected rows hidden a filter change rebuilds the grid from the cache.
-    set("chkShowUnselectedItems", 0);
+    set(Control::chkShowUnselectedItems, 0);
     filterSubject(QStringLiteral("lunch"));
     logic.options.txtSelectSubject_KeyPress(OptionHandlers::kEnter);
     EXPECT_EQ(column(subject), (QStringList{"Lunch 1", "Lunch 2", "Lunch 3"}));
@@ -166,7 +166,7 @@ TEST_F(GridRules, AllMarkedFoldersShowWithTheirFolderNameAndMarkerWord) {
     ASSERT_TRUE(logic.Form_Load());
     mark(QStringLiteral("Drafts"));
     mark(QStringLiteral("Notes"));
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     const int folder = columnHeaded(QStringLiteral("Folder"));
     ASSERT_EQ(folder, 2);
     QStringList folders = column(folder);
@@ -175,7 +175,7 @@ TEST_F(GridRules, AllMarkedFoldersShowWithTheirFolderNameAndMarkerWord) {
     EXPECT_EQ(folders.size(), 7);
     EXPECT_EQ(column(logic.grid.Cols() - 1), QStringList(7, QStringLiteral("NONE")));
     EXPECT_TRUE(column(columnHeaded(QStringLiteral("Type"))).contains(QStringLiteral("Note")));
-    set("chkShowAllFolders", 0);
+    set(Control::chkShowAllFolders, 0);
     EXPECT_EQ(columnHeaded(QStringLiteral("Folder")), -1);
     EXPECT_EQ(logic.grid.Rows() - 1, 4);  // the Inbox again
     EXPECT_EQ(column(logic.grid.Cols() - 1), QStringList(4, QString()));
@@ -200,7 +200,7 @@ TEST_F(GridRules, ARangeSelectionSkipsDeletedItemsRowsAndSaysSoOnce) {
     ASSERT_TRUE(logic.Form_Load());
     mark(QStringLiteral("Inbox"));
     mark(QStringLiteral("Deleted Items"));
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     ASSERT_EQ(logic.grid.Rows() - 1, 5);
     // Rows already selected stay so; the rule guards the rows that a range would add.
     logic.gridLogic.Mark_Or_Unmark_Filtered_Rows(false, true);
@@ -218,8 +218,7 @@ TEST_F(GridRules, ARangeSelectionSkipsDeletedItemsRowsAndSaysSoOnce) {
     EXPECT_EQ(logic.gridLogic.Get_Rows_Selected_Count(),
               logic.grid.TextMatrix(2, 2) == QStringLiteral("Deleted Items") ? 0 : 1);
 
-    logic.controls.update(QStringLiteral("chkPermanentDelete"),
-                          [](ControlState& c) { c.value = 1; });
+    logic.controls.update(Control::chkPermanentDelete, [](ControlState& c) { c.value = 1; });
     prompter.forget();
     logic.gridLogic.Mark_And_Unmark_Selected_Range(1, 5);
     EXPECT_TRUE(prompter.shown().empty());
@@ -234,8 +233,7 @@ TEST_F(GridRules, SelectByRowWaitsForItsFoldersToLoad) {
     EXPECT_TRUE(logic.gridLogic.Check_Select_By_Row());
     record(QStringLiteral("Inbox")).Loaded = false;
     EXPECT_FALSE(logic.gridLogic.Check_Select_By_Row());
-    logic.controls.update(QStringLiteral("chkShowAllFolders"),
-                          [](ControlState& c) { c.value = 1; });
+    logic.controls.update(Control::chkShowAllFolders, [](ControlState& c) { c.value = 1; });
     EXPECT_FALSE(logic.gridLogic.Check_Select_By_Row());
     EXPECT_EQ(prompter.texts(),
               (QStringList{QStringLiteral("Cannot use Select By Row until folder is completely "
@@ -297,7 +295,7 @@ TEST_F(GridRules, RowsOfAGeneratedStoreLeadBackToTheirItems) {
             logic.tree.setChecked(n, true);
         }
     }
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     ASSERT_GT(logic.grid.Rows() - 1, 1000);
     const int subject = columnHeaded(QStringLiteral("Subject"));
     const int type = columnHeaded(QStringLiteral("Type"));

@@ -20,8 +20,8 @@ class RowSelectionTest : public MarkingFixture {
         load({s});
         tick("Inbox");
         ASSERT_EQ(rows(), 12);
-        set("chkSelectByRow", 1);
-        ASSERT_EQ(value("chkSelectByRow"), 1);
+        set(Control::chkSelectByRow, 1);
+        ASSERT_EQ(value(Control::chkSelectByRow), 1);
     }
     void press(int row, int shift = 0) { logic.rows.grdItems_MouseUp(kLeft, shift, row); }
     // The selected rows, top to bottom.
@@ -51,7 +51,7 @@ TEST_F(RowSelectionTest, OnlyALeftClickOnADataRowWithSelectByRowOnChangesMarks) 
     logic.rows.grdItems_MouseUp(kRight, 0, 3);
     EXPECT_EQ(selection(), before);
 
-    set("chkSelectByRow", 0);
+    set(Control::chkSelectByRow, 0);
     press(3);
     EXPECT_EQ(selection(), before);
     EXPECT_TRUE(logic.grid.Redraw());
@@ -93,41 +93,41 @@ TEST_F(RowSelectionTest, CtrlTogglesOneRowAndMovesTheAnchor) {
 
 TEST_F(RowSelectionTest, TheCleanButtonCountsPickedRowsNotMarkedFolders) {
     press(2);
-    EXPECT_TRUE(enabled("cmdRun"));
+    EXPECT_TRUE(enabled(Control::cmdRun));
     press(2, RowSelection::kCtrl);
     EXPECT_TRUE(selection().empty());
-    EXPECT_FALSE(enabled("cmdRun"));
-    EXPECT_TRUE(enabled("mnuUnmark"));  // the Inbox is still marked
+    EXPECT_FALSE(enabled(Control::cmdRun));
+    EXPECT_TRUE(enabled(Control::mnuUnmark));  // the Inbox is still marked
 }
 
 TEST_F(RowSelectionTest, SwitchingOnShowsEveryRowAndRulesOutTurboAndDeleteFolders) {
-    set("chkSelectByRow", 0);
-    set("chkShowUnselectedItems", 0);
+    set(Control::chkSelectByRow, 0);
+    set(Control::chkShowUnselectedItems, 0);
     ASSERT_EQ(rows(), 11);
-    set("chkTurbo", 1);
-    set("chkSelectByRow", 1);
-    EXPECT_EQ(value("chkTurbo"), 0);
-    EXPECT_EQ(value("chkDeleteFolders"), 0);
-    EXPECT_EQ(value("chkShowUnselectedItems"), 1);
+    set(Control::chkTurbo, 1);
+    set(Control::chkSelectByRow, 1);
+    EXPECT_EQ(value(Control::chkTurbo), 0);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 0);
+    EXPECT_EQ(value(Control::chkShowUnselectedItems), 1);
     EXPECT_EQ(rows(), 12);
-    for (const char* box :
-         {"chkTurbo", "chkDeleteFolders", "chkShowSelectedItems", "chkShowUnselectedItems"}) {
+    for (const Control box : {Control::chkTurbo, Control::chkDeleteFolders,
+                              Control::chkShowSelectedItems, Control::chkShowUnselectedItems}) {
         EXPECT_FALSE(enabled(box)) << box;
     }
 
     // Off again, the filters decide the marks once more; Turbo had let the unread item in.
     press(1);
     ASSERT_EQ(selection().size(), 1u);
-    set("chkSelectByRow", 0);
+    set(Control::chkSelectByRow, 0);
     EXPECT_EQ(selection().size(), 12u);
-    EXPECT_TRUE(enabled("chkTurbo"));
+    EXPECT_TRUE(enabled(Control::chkTurbo));
 }
 
 TEST_F(RowSelectionTest, SwitchingOnWaitsUntilTheFolderIsLoadedAndSwitchingOffAsksNothing) {
-    set("chkSelectByRow", 0);
+    set(Control::chkSelectByRow, 0);
     record(QStringLiteral("Inbox")).Loaded = false;
-    set("chkSelectByRow", 1);
-    EXPECT_EQ(value("chkSelectByRow"), 0);
+    set(Control::chkSelectByRow, 1);
+    EXPECT_EQ(value(Control::chkSelectByRow), 0);
     EXPECT_EQ(prompter.texts(),
               QStringList{QStringLiteral("Cannot use Select By Row until folder is completely "
                                          "loaded (appears black in the Folder Tree).")});
@@ -142,7 +142,7 @@ TEST_F(RowSelectionTest, DeletedItemsRowsNeedPermanentDelete) {
               QStringList{QStringLiteral(
                   "Cannot select \"Deleted Items\" items unless Permanent Delete is marked")});
 
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     press(1);
     EXPECT_EQ(selection(), std::vector<int>{1});
 }
@@ -150,7 +150,7 @@ TEST_F(RowSelectionTest, DeletedItemsRowsNeedPermanentDelete) {
 TEST_F(RowSelectionTest, ARangeAcrossDeletedItemsTakesTheOtherRowsAndSaysSoOnce) {
     // A "Deleted Items" marked while the rules were bypassed: the grid guards its rows itself.
     mark(QStringLiteral("Deleted Items"));
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     ASSERT_EQ(rows(), 14);
     // Dated so that the newest-first order puts the "Deleted Items" rows among the others.
     int day = 1;

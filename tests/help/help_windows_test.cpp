@@ -45,7 +45,8 @@ TEST(HelpTopics, EveryControlOfTheMainWindowWithATopicHasAPage) {
         EXPECT_TRUE(known.insert(topic.contextId).second) << topic.contextId;
     }
     QStringList withoutTopic;
-    for (const QString& name : mainWindowControlNames()) {
+    for (const Control control : allControls()) {
+        const QString name = controlName(control);
         const int id = designedTopicOf(name);
         if (id == 0) {
             withoutTopic << name;
@@ -58,7 +59,7 @@ TEST(HelpTopics, EveryControlOfTheMainWindowWithATopicHasAPage) {
     EXPECT_EQ(withoutTopic, (QStringList{QStringLiteral("cmddebug"), QStringLiteral("linOptions1"),
                                          QStringLiteral("linOptions2")}));
     EXPECT_EQ(designedTopicOf(QStringLiteral("chkType4")), 1306);
-    EXPECT_EQ(designedTopicOf(QStringLiteral("mnuUnmark")), 1520);
+    EXPECT_EQ(designedTopicOf(Control::mnuUnmark), 1520);
 }
 
 // The help browser: one browser filling a window of 9000 by 6000 twips.
@@ -146,9 +147,9 @@ class RecordingWindows : public HelpWindows {
 TEST(MainWindowHelpMenu, StartUpMovesTheTopicsIntoTheTagsAndTheMenuOpensTheWindows) {
     ScriptedPrompter prompter;
     ErrorContext errors{prompter};
-    Controls controls{mainWindowControlNames()};
-    MainWindowHelp help{errors, prompter, controls, mainWindowControlNames()};
-    EXPECT_EQ(controls[QStringLiteral("chkTurbo")].whatsThisHelpID, 1201);
+    Controls controls;
+    MainWindowHelp help{errors, prompter, controls};
+    EXPECT_EQ(controls[Control::chkTurbo].whatsThisHelpID, 1201);
 
     RecordingWindows windows;
     class : public HelpViewer {
@@ -163,13 +164,13 @@ TEST(MainWindowHelpMenu, StartUpMovesTheTopicsIntoTheTagsAndTheMenuOpensTheWindo
     help.attach(viewer, windows);
     help.application.HelpFile = QStringLiteral(__FILE__);  // any file that exists
     help.initialize();
-    EXPECT_EQ(controls[QStringLiteral("chkTurbo")].whatsThisHelpID, 0);
-    EXPECT_EQ(controls[QStringLiteral("chkTurbo")].tag, QStringLiteral("1201"));
+    EXPECT_EQ(controls[Control::chkTurbo].whatsThisHelpID, 0);
+    EXPECT_EQ(controls[Control::chkTurbo].tag, QStringLiteral("1201"));
 
-    help.form.pickControl = [] { return QStringLiteral("dtpCutoffDate"); };
+    help.form.pickControl = []() -> std::optional<Control> { return Control::dtpCutoffDate; };
     help.mnuWhatsThis_Click();
     EXPECT_EQ(viewer.topic, 1302);
-    EXPECT_EQ(controls[QStringLiteral("dtpCutoffDate")].whatsThisHelpID, 0);
+    EXPECT_EQ(controls[Control::dtpCutoffDate].whatsThisHelpID, 0);
 
     help.mnuOnlineHelp_Click(onlineHelpAddress(QStringLiteral("http://127.0.0.1:1")));
     help.mnuAbout_Click();

@@ -11,16 +11,20 @@ namespace {
 class SliderBarTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        place(controls, QStringLiteral("left"), 90, 400, 3000, 6000);
-        place(controls, QStringLiteral("bar"), 3090, 0, 75, 100);
-        place(controls, QStringLiteral("right"), 3200, 900, 5800, 10);
-        bar.Setup(QStringLiteral("left"), QStringLiteral("right"), QStringLiteral("bar"), 0);
+        place(controls, id("left"), 90, 400, 3000, 6000);
+        place(controls, id("bar"), 3090, 0, 75, 100);
+        place(controls, id("right"), 3200, 900, 5800, 10);
+        bar.Setup(id("left"), id("right"), id("bar"), 0);
     }
-    const ControlState& operator()(const char* name) const {
-        return controls[QString::fromLatin1(name)];
+    // The three controls a bar joins, by their parts: the tree, the first bar and the grid.
+    static Control id(const char* part) {
+        const std::string name = part;
+        return name == "left" ? Control::trvFolders
+                              : (name == "bar" ? Control::picSlider : Control::grdItems);
     }
+    const ControlState& operator()(const char* name) const { return controls[id(name)]; }
 
-    Controls controls{{QStringLiteral("left"), QStringLiteral("bar"), QStringLiteral("right")}};
+    Controls controls;
     SliderBar bar{controls};
 };
 
@@ -37,7 +41,7 @@ TEST_F(SliderBarTest, SetupLinesEverythingUpWithTheLeftPane) {
     EXPECT_EQ((*this)("right").width, 5800);
     EXPECT_FALSE(bar.ResizingWindows());
 
-    bar.Setup(QStringLiteral("left"), QStringLiteral("right"), QStringLiteral("bar"), 120);
+    bar.Setup(id("left"), id("right"), id("bar"), 120);
     EXPECT_EQ((*this)("bar").width, 120);
     EXPECT_EQ((*this)("right").left, 3210);
 }
@@ -86,8 +90,8 @@ TEST_F(SliderBarTest, DraggingPastTheRightEdgeCollapsesTheRightPane) {
 }
 
 TEST_F(SliderBarTest, AMouseUpWithoutADragReappliesTheLayout) {
-    controls.update(QStringLiteral("left"), [](ControlState& c) { c.width = 10; });
-    controls.update(QStringLiteral("right"), [](ControlState& c) {
+    controls.update(id("left"), [](ControlState& c) { c.width = 10; });
+    controls.update(id("right"), [](ControlState& c) {
         c.left = 7000;
         c.width = 1965;
     });
@@ -98,7 +102,7 @@ TEST_F(SliderBarTest, AMouseUpWithoutADragReappliesTheLayout) {
 }
 
 TEST_F(SliderBarTest, TheRightEdgeIsTakenAsAWholeNumber) {
-    controls.update(QStringLiteral("right"), [](ControlState& c) { c.width = 5800.5; });
+    controls.update(id("right"), [](ControlState& c) { c.width = 5800.5; });
     bar.Mouse_Up();  // 3165 + 5800.5 rounds half to even: 8966
     EXPECT_EQ((*this)("right").width, 8966 - 3165);
 }

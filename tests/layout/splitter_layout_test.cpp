@@ -28,22 +28,20 @@ class ClampedWindow : public WindowWidth {
 class SplitterLayoutTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        place(QStringLiteral("trvFolders"), 90, 450, 3000, 9000);
-        place(QStringLiteral("picSlider"), 3090, 450, 75, 9000);
-        place(QStringLiteral("grdItems"), 3165, 450, 7835, 9000);
-        place(QStringLiteral("picSlider2"), 11000, 450, 75, 9000);
-        place(QStringLiteral("frmOptions"), 11075, 450, 3825, 8000);
-        place(QStringLiteral("cmdRun"), 11075, 9600, 3825, 500);
+        place(Control::trvFolders, 90, 450, 3000, 9000);
+        place(Control::picSlider, 3090, 450, 75, 9000);
+        place(Control::grdItems, 3165, 450, 7835, 9000);
+        place(Control::picSlider2, 11000, 450, 75, 9000);
+        place(Control::frmOptions, 11075, 450, 3825, 8000);
+        place(Control::cmdRun, 11075, 9600, 3825, 500);
         layout.setWindow(&window);
         layout.resetColumnWidths = [this] { ++columnResets; };
         layout.setUp();
     }
-    void place(const QString& name, double left, double top, double width, double height) {
-        testing::place(controls, name, left, top, width, height);
+    void place(Control control, double left, double top, double width, double height) {
+        testing::place(controls, control, left, top, width, height);
     }
-    const ControlState& operator()(const char* name) const {
-        return controls[QString::fromLatin1(name)];
-    }
+    const ControlState& operator()(Control control) const { return controls[control]; }
     void drag(void (SplitterLayout::*down)(), void (SplitterLayout::*move)(double),
               void (SplitterLayout::*up)(), double by) {
         (layout.*down)();
@@ -51,23 +49,23 @@ class SplitterLayoutTest : public ::testing::Test {
         (layout.*up)();
     }
     void expectLabelSpansGridAndOptions() {
-        EXPECT_EQ((*this)("lblCurrentFolder").left, (*this)("grdItems").left + 75);
-        EXPECT_EQ((*this)("lblCurrentFolder").width,
-                  (*this)("grdItems").width + 75 + (*this)("frmOptions").width - 75);
+        EXPECT_EQ((*this)(Control::lblCurrentFolder).left, (*this)(Control::grdItems).left + 75);
+        EXPECT_EQ((*this)(Control::lblCurrentFolder).width,
+                  (*this)(Control::grdItems).width + 75 + (*this)(Control::frmOptions).width - 75);
     }
 
     ScriptedPrompter prompter;
     ErrorContext errors{prompter};
-    Controls controls{mainWindowControlNames()};
+    Controls controls;
     ClampedWindow window;
     SplitterLayout layout{errors, controls};
     int columnResets = 0;
 };
 
 TEST_F(SplitterLayoutTest, SetUpBringsEverythingIntoLineWithoutChangingTheWindow) {
-    EXPECT_EQ((*this)("frmOptions").height, 9000);  // lined up with the grid
-    EXPECT_EQ((*this)("grdItems").width, 7835);
-    EXPECT_EQ((*this)("frmOptions").left, 11075);
+    EXPECT_EQ((*this)(Control::frmOptions).height, 9000);  // lined up with the grid
+    EXPECT_EQ((*this)(Control::grdItems).width, 7835);
+    EXPECT_EQ((*this)(Control::frmOptions).left, 11075);
     EXPECT_EQ(window.width, 15000);
     EXPECT_EQ(columnResets, 2);
     expectLabelSpansGridAndOptions();
@@ -79,10 +77,10 @@ TEST_F(SplitterLayoutTest, TheFirstBarMovesTheBoundaryBetweenTreeAndGrid) {
          &SplitterLayout::picSlider_MouseUp, 1500);
     EXPECT_EQ(layout.savedGridWidth, 7835);
     EXPECT_EQ(layout.savedOptionsWidth, 3825);
-    EXPECT_EQ((*this)("trvFolders").width, 4500);
-    EXPECT_EQ((*this)("grdItems").left, 4665);
-    EXPECT_EQ((*this)("grdItems").width, 6335);
-    EXPECT_EQ((*this)("frmOptions").left, 11075);
+    EXPECT_EQ((*this)(Control::trvFolders).width, 4500);
+    EXPECT_EQ((*this)(Control::grdItems).left, 4665);
+    EXPECT_EQ((*this)(Control::grdItems).width, 6335);
+    EXPECT_EQ((*this)(Control::frmOptions).left, 11075);
     EXPECT_EQ(window.width, 15000);
     EXPECT_EQ(columnResets, 3);
     expectLabelSpansGridAndOptions();
@@ -93,12 +91,12 @@ TEST_F(SplitterLayoutTest, TheSecondBarWidensTheWindowAndKeepsTheOptionsWidth) {
          &SplitterLayout::picSlider2_MouseUp, 2000);
     EXPECT_EQ(window.asked.back(), 17000);
     EXPECT_EQ(window.width, 17000);
-    EXPECT_EQ((*this)("picSlider2").left, 13000);
-    EXPECT_EQ((*this)("grdItems").width, 9835);
-    EXPECT_EQ((*this)("frmOptions").left, 13075);
-    EXPECT_EQ((*this)("frmOptions").width, 3825);
-    EXPECT_EQ((*this)("cmdRun").left, 13075);
-    EXPECT_EQ((*this)("trvFolders").width, 3000);
+    EXPECT_EQ((*this)(Control::picSlider2).left, 13000);
+    EXPECT_EQ((*this)(Control::grdItems).width, 9835);
+    EXPECT_EQ((*this)(Control::frmOptions).left, 13075);
+    EXPECT_EQ((*this)(Control::frmOptions).width, 3825);
+    EXPECT_EQ((*this)(Control::cmdRun).left, 13075);
+    EXPECT_EQ((*this)(Control::trvFolders).width, 3000);
     EXPECT_FALSE(layout.second.ResizingWindows());
     EXPECT_EQ(columnResets, 3);
     expectLabelSpansGridAndOptions();
@@ -111,10 +109,10 @@ TEST_F(SplitterLayoutTest, TheSecondBarStopsWhereTheWindowCannotGrow) {
     EXPECT_EQ(window.asked.back(), 18000);
     EXPECT_EQ(window.width, 16000);
     // 2000 twips short: the bar moves back by that much.
-    EXPECT_EQ((*this)("picSlider2").left, 12000);
-    EXPECT_EQ((*this)("grdItems").width, 8835);
-    EXPECT_EQ((*this)("frmOptions").left, 12075);
-    EXPECT_EQ((*this)("cmdRun").left, 12075);
+    EXPECT_EQ((*this)(Control::picSlider2).left, 12000);
+    EXPECT_EQ((*this)(Control::grdItems).width, 8835);
+    EXPECT_EQ((*this)(Control::frmOptions).left, 12075);
+    EXPECT_EQ((*this)(Control::cmdRun).left, 12075);
 }
 
 TEST_F(SplitterLayoutTest, TheSecondBarMovesRightWhereTheWindowCannotShrink) {
@@ -123,18 +121,18 @@ TEST_F(SplitterLayoutTest, TheSecondBarMovesRightWhereTheWindowCannotShrink) {
          &SplitterLayout::picSlider2_MouseUp, -6000);
     EXPECT_EQ(window.asked.back(), 9000);
     EXPECT_EQ(window.width, 12000);
-    EXPECT_EQ((*this)("picSlider2").left, 8000);
-    EXPECT_EQ((*this)("grdItems").width, 4835);
-    EXPECT_EQ((*this)("frmOptions").left, 8075);
+    EXPECT_EQ((*this)(Control::picSlider2).left, 8000);
+    EXPECT_EQ((*this)(Control::grdItems).width, 4835);
+    EXPECT_EQ((*this)(Control::frmOptions).left, 8075);
 }
 
 TEST_F(SplitterLayoutTest, ANarrowGridAndOptionsFrameLeaveTheLabelNoWidth) {
-    place(QStringLiteral("frmOptions"), 11075, 450, 0, 9000);
+    place(Control::frmOptions, 11075, 450, 0, 9000);
     drag(&SplitterLayout::picSlider_MouseDown, &SplitterLayout::picSlider_MouseMove,
          &SplitterLayout::picSlider_MouseUp, 20000);
-    EXPECT_EQ((*this)("grdItems").width, 0);
+    EXPECT_EQ((*this)(Control::grdItems).width, 0);
     // 0 + 75 + 0 - 75 is below 1.
-    EXPECT_EQ((*this)("lblCurrentFolder").width, 0);
+    EXPECT_EQ((*this)(Control::lblCurrentFolder).width, 0);
 }
 
 TEST_F(SplitterLayoutTest, ADragCutShortByLoadingIsFinishedAfterwards) {

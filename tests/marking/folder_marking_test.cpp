@@ -33,8 +33,8 @@ TEST_F(FolderMarkingTest, EachForbiddenTickIsPutBackWithItsOwnMessage) {
     tick("Deleted Items");
     EXPECT_FALSE(checked("Deleted Items"));
 
-    set("chkDeleteFolders", 1);  // nothing marked: no question, the options are forced
-    ASSERT_EQ(value("chkMarkSubFolders"), 1);
+    set(Control::chkDeleteFolders, 1);  // nothing marked: no question, the options are forced
+    ASSERT_EQ(value(Control::chkMarkSubFolders), 1);
     tick("Inbox");
     EXPECT_FALSE(checked("Inbox"));
     tick("Personal Folders");
@@ -59,7 +59,7 @@ TEST_F(FolderMarkingTest, EachForbiddenTickIsPutBackWithItsOwnMessage) {
 }
 
 TEST_F(FolderMarkingTest, WithoutDeleteFoldersAChildMayBeUntickedUnderAMarkedParent) {
-    set("chkMarkSubFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
     tick("Projects");
     tick("Alpha");
     EXPECT_FALSE(checked("Alpha"));
@@ -77,20 +77,20 @@ TEST_F(FolderMarkingTest, ARefusedTickLeavesTheGridTheCurrentFolderAndTheButtons
     ASSERT_EQ(current, node(QStringLiteral("Inbox")));
     ASSERT_EQ(rows(), 4);
     ASSERT_EQ(selectedRows(), 3);  // the unread one waits for its option
-    ASSERT_TRUE(enabled("cmdRun"));
+    ASSERT_TRUE(enabled(Control::cmdRun));
 
     tick("Deleted Items");
     EXPECT_EQ(logic.flags.CurrentNodeIndex, current);
     EXPECT_EQ(label(), QStringLiteral("Current Folder: Inbox"));
     EXPECT_EQ(rows(), 4);
     EXPECT_EQ(selectedRows(), 3);
-    EXPECT_TRUE(enabled("cmdRun"));
+    EXPECT_TRUE(enabled(Control::cmdRun));
     EXPECT_TRUE(checked("Inbox"));
 }
 
 TEST_F(FolderMarkingTest, TickingABranchMarksExpandsAndBoldsItAllAndShowsItsItems) {
-    set("chkMarkSubFolders", 1);
-    set("chkShowAllFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
+    set(Control::chkShowAllFolders, 1);
     tick("Projects");
     for (const char* folder : {"Projects", "Alpha", "Old", "Beta"}) {
         EXPECT_TRUE(checked(folder)) << folder;
@@ -100,12 +100,12 @@ TEST_F(FolderMarkingTest, TickingABranchMarksExpandsAndBoldsItAllAndShowsItsItem
     EXPECT_EQ(label(), QStringLiteral("Current Folder: Projects"));
     EXPECT_EQ(rows(), 1 + 5 + 2 + 3);
     EXPECT_EQ(selectedRows(), rows());
-    EXPECT_TRUE(enabled("cmdRun"));
-    EXPECT_TRUE(enabled("mnuUnmark"));
+    EXPECT_TRUE(enabled(Control::cmdRun));
+    EXPECT_TRUE(enabled(Control::mnuUnmark));
 }
 
 TEST_F(FolderMarkingTest, TickingAStoreLeavesItsDeletedItemsOutUnlessPermanentDeleteIsOn) {
-    set("chkMarkSubFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
     tick("Personal Folders");
     for (int n = 1; n <= logic.tree.count(); ++n) {
         EXPECT_EQ(logic.tree.node(n).Checked, n != node(QStringLiteral("Deleted Items")))
@@ -115,23 +115,23 @@ TEST_F(FolderMarkingTest, TickingAStoreLeavesItsDeletedItemsOutUnlessPermanentDe
 
     tick("Personal Folders");
     logic.marking.mnuUnmark_Click();
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick("Personal Folders");
     EXPECT_TRUE(checked("Deleted Items"));
     EXPECT_EQ(prompter.texts().size(), 1);
 }
 
 TEST_F(FolderMarkingTest, UnmarkEmptiesTheListWhateverShowAllFoldersSays) {
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     tick("Inbox");
     tick("Beta");
     ASSERT_EQ(rows(), 4 + 3);
     logic.marking.mnuUnmark_Click();
     EXPECT_EQ(rows(), 0);
     EXPECT_EQ(logic.marking.Count_Selected_Nodes(), 0);
-    EXPECT_FALSE(enabled("cmdRun"));
+    EXPECT_FALSE(enabled(Control::cmdRun));
 
-    set("chkShowAllFolders", 0);
+    set(Control::chkShowAllFolders, 0);
     click("Alpha");
     ASSERT_EQ(rows(), 5);
     logic.marking.mnuUnmark_Click();
@@ -152,19 +152,19 @@ TEST_F(FolderMarkingTest, DeletedItemsRulesHoldAfterItsRecordIsReset) {
     EXPECT_EQ(prompter.texts(), QStringList{kDeletedItemsRefused});
 
     // Marking a branch still leaves Deleted Items out while Permanent Delete is off.
-    set("chkMarkSubFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
     tick("Personal Folders");
     EXPECT_FALSE(checked("Deleted Items"));
     EXPECT_TRUE(checked("Inbox"));
 
     tick("Personal Folders");
     logic.marking.mnuUnmark_Click();
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick("Deleted Items");
     EXPECT_TRUE(checked("Deleted Items"));
     // Permanent Delete cannot be taken away while Deleted Items is marked.
-    set("chkPermanentDelete", 0);
-    EXPECT_EQ(value("chkPermanentDelete"), 1);
+    set(Control::chkPermanentDelete, 0);
+    EXPECT_EQ(value(Control::chkPermanentDelete), 1);
 }
 
 class TwoStoreMarkingTest : public MarkingFixture {
@@ -176,7 +176,7 @@ class TwoStoreMarkingTest : public MarkingFixture {
 
 TEST_F(TwoStoreMarkingTest, TheVirtualRootIsNeverRefusedButDeleteFoldersTakesNothingBelowIt) {
     const int root = logic.tree.find(FolderTreeBuilder::kRootKey);
-    set("chkDeleteFolders", 1);
+    set(Control::chkDeleteFolders, 1);
     tick(root);
     EXPECT_TRUE(logic.tree.node(root).Checked);
     EXPECT_EQ(logic.marking.Count_Selected_Nodes(), 1);
@@ -184,8 +184,8 @@ TEST_F(TwoStoreMarkingTest, TheVirtualRootIsNeverRefusedButDeleteFoldersTakesNot
 
     // Without Delete Folders the whole tree is marked, but for both stores' Deleted Items.
     tick(root);
-    set("chkDeleteFolders", 0);
-    set("chkPermanentDelete", 0);
+    set(Control::chkDeleteFolders, 0);
+    set(Control::chkPermanentDelete, 0);
     tick(root);
     EXPECT_EQ(logic.marking.Count_Selected_Nodes(), logic.tree.count() - 2);
     EXPECT_EQ(prompter.texts(), QStringList{kDeletedItemsRefused});
@@ -199,7 +199,7 @@ TEST_F(FolderMarkingTest, TheClickedFolderBecomesCurrentWithTheColumnsOfItsType)
                                       QStringLiteral("Entry"), QStringLiteral("Date")}));
     EXPECT_EQ(rows(), 1);
     EXPECT_EQ(selectedRows(), 0);  // shown, not marked
-    EXPECT_FALSE(enabled("cmdRun"));
+    EXPECT_FALSE(enabled(Control::cmdRun));
 
     click("Inbox");
     EXPECT_EQ(headers(), (QStringList{QStringLiteral("Type"), QStringLiteral("Sender"),
@@ -209,17 +209,17 @@ TEST_F(FolderMarkingTest, TheClickedFolderBecomesCurrentWithTheColumnsOfItsType)
     // Ticking the folder already shown marks its rows in place.
     tick("Inbox");
     EXPECT_EQ(selectedRows(), 3);
-    EXPECT_TRUE(enabled("cmdRun"));
+    EXPECT_TRUE(enabled(Control::cmdRun));
     tick("Inbox");
     EXPECT_EQ(selectedRows(), 0);
-    EXPECT_FALSE(enabled("cmdRun"));
+    EXPECT_FALSE(enabled(Control::cmdRun));
 }
 
 TEST_F(FolderMarkingTest, ColumnsFollowTheFolderTypeChosenWhileAllFoldersShowed) {
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     click("Journal");
     EXPECT_EQ(headers().first(), QStringLiteral("Folder"));
-    set("chkShowAllFolders", 0);
+    set(Control::chkShowAllFolders, 0);
     EXPECT_EQ(headers(), (QStringList{QStringLiteral("Type"), QStringLiteral("Subject"),
                                       QStringLiteral("Entry"), QStringLiteral("Date")}));
 }
@@ -229,7 +229,7 @@ TEST_F(FolderMarkingTest, SelectByRowOnOneFolderUnmarksTheFolderLeftBehind) {
     tick("Beta");
     EXPECT_TRUE(checked("Inbox"));  // without select-by-row, marks add up
 
-    set("chkSelectByRow", 1);
+    set(Control::chkSelectByRow, 1);
     tick("Alpha");
     EXPECT_FALSE(checked("Beta"));
     EXPECT_FALSE(bold("Beta"));
@@ -237,7 +237,7 @@ TEST_F(FolderMarkingTest, SelectByRowOnOneFolderUnmarksTheFolderLeftBehind) {
     EXPECT_TRUE(checked("Inbox"));  // only the folder just left is let go
 
     // With every marked folder shown the rows of all of them are in view: nothing is let go.
-    set("chkShowAllFolders", 1);
+    set(Control::chkShowAllFolders, 1);
     tick("Old");
     EXPECT_TRUE(checked("Alpha"));
     EXPECT_TRUE(checked("Old"));
@@ -317,10 +317,10 @@ TEST_F(FolderMarkingTest, CountingLoadedFoldersAndDeselectingAllButOne) {
 }
 
 TEST_F(FolderMarkingTest, UnmarkClearsEveryMarkAndLeavesNothingToClean) {
-    set("chkMarkSubFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
     tick("Projects");
     tick("Inbox");
-    ASSERT_TRUE(enabled("mnuUnmark"));
+    ASSERT_TRUE(enabled(Control::mnuUnmark));
     logic.tree.setExpanded(1, false);
 
     logic.marking.mnuUnmark_Click();
@@ -329,8 +329,8 @@ TEST_F(FolderMarkingTest, UnmarkClearsEveryMarkAndLeavesNothingToClean) {
     EXPECT_TRUE(logic.tree.node(1).Expanded);  // the store stays open
     EXPECT_EQ(rows(), 0);                      // the list is empty until a folder is picked again
     EXPECT_EQ(selectedRows(), 0);
-    EXPECT_FALSE(enabled("cmdRun"));
-    EXPECT_FALSE(enabled("mnuUnmark"));
+    EXPECT_FALSE(enabled(Control::cmdRun));
+    EXPECT_FALSE(enabled(Control::mnuUnmark));
     EXPECT_TRUE(logic.grid.Redraw());
 }
 

@@ -63,19 +63,19 @@ class MarkingFixture : public WindowFixture {
     bool bold(const char* folder) const {
         return logic.tree.node(node(QLatin1String(folder))).Bold;
     }
-    void set(const char* box, int value) { logic.controls.setValue(QLatin1String(box), value); }
-    int value(const char* box) const { return logic.controls.value(QLatin1String(box)); }
-    bool enabled(const char* name) const { return logic.controls[QLatin1String(name)].enabled; }
-    QString label() const { return logic.controls[QStringLiteral("lblCurrentFolder")].caption; }
+    void set(Control box, int value) { logic.controls.setValue(box, value); }
+    int value(Control box) const { return logic.controls.value(box); }
+    bool enabled(Control control) const { return logic.controls[control].enabled; }
+    QString label() const { return logic.controls[Control::lblCurrentFolder].caption; }
     int selectedRows() const { return logic.gridLogic.Get_Rows_Selected_Count(); }
     int rows() const { return logic.grid.Rows() - 1; }
 
     // Every check box's value, to show that a refused change left the others alone.
-    std::map<QString, int> optionValues() const {
-        std::map<QString, int> values;
-        for (const QString& name : logic.controls.names()) {
-            if (name.startsWith(QLatin1String("chk"))) {
-                values[name] = logic.controls.value(name);
+    std::map<Control, int> optionValues() const {
+        std::map<Control, int> values;
+        for (const Control control : allControls()) {
+            if (controlName(control).startsWith(QLatin1String("chk"))) {
+                values[control] = logic.controls.value(control);
             }
         }
         return values;

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "marking/option_rules.h"
 #include "tests/marking/marking_fixture.h"
+#include "window/option_rules.h"
 
 namespace tf::testing {
 namespace {
@@ -35,116 +35,116 @@ TEST_F(ProcessingOptionsTest, DeleteFoldersWithADefaultFolderMarkedIsRefusedAndC
     tick("Inbox");
     const auto before = optionValues();
     prompter.answer(Prompter::No);
-    set("chkDeleteFolders", 1);
+    set(Control::chkDeleteFolders, 1);
 
     EXPECT_EQ(prompter.texts(), (QStringList{kOneMarked, kDefaultSelected}));
     EXPECT_EQ(prompter.shown()[0].buttons, Prompter::YesNo);
     EXPECT_EQ(prompter.shown()[1].buttons, Prompter::OkOnly | Prompter::Critical);
     EXPECT_EQ(optionValues(), before);
     EXPECT_TRUE(checked("Inbox"));
-    EXPECT_TRUE(enabled("chkTurbo"));
+    EXPECT_TRUE(enabled(Control::chkTurbo));
 }
 
 TEST_F(ProcessingOptionsTest, AMarkedRootFolderRefusesDeleteFoldersLikeADefaultOne) {
     logic.tree.setChecked(node(QStringLiteral("Personal Folders")), true);
     prompter.answer(Prompter::No);
-    set("chkDeleteFolders", 1);
+    set(Control::chkDeleteFolders, 1);
     EXPECT_EQ(prompter.texts().last(), kDefaultSelected);
-    EXPECT_EQ(value("chkDeleteFolders"), 0);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 0);
 }
 
 TEST_F(ProcessingOptionsTest, AnsweringYesUnmarksEveryFolderAndThenForcesTheOptions) {
     tick("Inbox");
     tick("Beta");
-    set("chkSelectDate", 1);
-    set("chkSelectType", 1);
-    set("chkConfirmItems", 1);
+    set(Control::chkSelectDate, 1);
+    set(Control::chkSelectType, 1);
+    set(Control::chkConfirmItems, 1);
     prompter.answer(Prompter::Yes);
-    set("chkDeleteFolders", 1);
+    set(Control::chkDeleteFolders, 1);
 
     EXPECT_EQ(prompter.texts(),
               QStringList{QStringLiteral("There are currently 2 marked folders that will be "
                                          "deleted.  Unmark them?")});
     EXPECT_EQ(logic.marking.Count_Selected_Nodes(), 0);
-    EXPECT_EQ(value("chkDeleteFolders"), 1);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 1);
     expectForced(kDeleteFoldersForces);
     // The forced values went through their own handlers: the filters' controls are off too.
-    EXPECT_FALSE(enabled("dtpCutoffDate"));
-    EXPECT_FALSE(enabled("chkType43"));
-    EXPECT_TRUE(enabled("chkConfirmFolders"));
+    EXPECT_FALSE(enabled(Control::dtpCutoffDate));
+    EXPECT_FALSE(enabled(Control::chkType43));
+    EXPECT_TRUE(enabled(Control::chkConfirmFolders));
 
-    set("chkDeleteFolders", 0);
-    EXPECT_TRUE(enabled("chkTurbo"));
-    EXPECT_TRUE(enabled("chkSelectDate"));
-    EXPECT_EQ(value("chkPermanentDelete"), 1);  // what was forced is not taken back
+    set(Control::chkDeleteFolders, 0);
+    EXPECT_TRUE(enabled(Control::chkTurbo));
+    EXPECT_TRUE(enabled(Control::chkSelectDate));
+    EXPECT_EQ(value(Control::chkPermanentDelete), 1);  // what was forced is not taken back
 }
 
 TEST_F(ProcessingOptionsTest, DeleteFoldersNeedsEverySubFolderOfAMarkedFolderMarked) {
     tick("Projects");
     prompter.answer(Prompter::No);
-    set("chkDeleteFolders", 1);
+    set(Control::chkDeleteFolders, 1);
     EXPECT_EQ(prompter.texts(), (QStringList{kOneMarked, kUnmarkedChild}));
-    EXPECT_EQ(value("chkDeleteFolders"), 0);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 0);
 
-    set("chkMarkSubFolders", 1);
+    set(Control::chkMarkSubFolders, 1);
     tick("Projects");
     tick("Projects");
     ASSERT_TRUE(checked("Old"));
     prompter.forget();
     prompter.answer(Prompter::No);
-    set("chkDeleteFolders", 1);
-    EXPECT_EQ(value("chkDeleteFolders"), 1);
+    set(Control::chkDeleteFolders, 1);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 1);
     EXPECT_EQ(logic.marking.Count_Selected_Nodes(), 4);
     EXPECT_EQ(prompter.texts().size(), 1);  // the question only
 }
 
 TEST_F(ProcessingOptionsTest, PermanentDeleteStaysOnWhileDeletedItemsIsMarked) {
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     tick("Deleted Items");
     ASSERT_TRUE(checked("Deleted Items"));
-    set("chkPermanentDelete", 0);
+    set(Control::chkPermanentDelete, 0);
     EXPECT_EQ(prompter.texts(), QStringList{kDeletedItemsSelected});
     EXPECT_EQ(prompter.last().buttons, Prompter::OkOnly | Prompter::Critical);
-    EXPECT_EQ(value("chkPermanentDelete"), 1);
+    EXPECT_EQ(value(Control::chkPermanentDelete), 1);
 
     // Reset Options cannot take it away either.
     logic.processing.mnuResetOptions_Click();
-    EXPECT_EQ(value("chkPermanentDelete"), 1);
+    EXPECT_EQ(value(Control::chkPermanentDelete), 1);
     EXPECT_TRUE(logic.grid.Redraw());
 }
 
 TEST_F(ProcessingOptionsTest, UntickingPermanentDeleteLetsGoOfRowsPickedInDeletedItems) {
-    set("chkPermanentDelete", 1);
+    set(Control::chkPermanentDelete, 1);
     click("Deleted Items");  // shown, not marked
-    set("chkSelectByRow", 1);
+    set(Control::chkSelectByRow, 1);
     logic.rows.grdItems_MouseUp(1, 0, 1);
     logic.rows.grdItems_MouseUp(1, RowSelection::kShift, 2);
     ASSERT_EQ(selectedRows(), 2);
-    ASSERT_TRUE(enabled("cmdRun"));
+    ASSERT_TRUE(enabled(Control::cmdRun));
 
-    set("chkPermanentDelete", 0);
-    EXPECT_EQ(value("chkPermanentDelete"), 0);
+    set(Control::chkPermanentDelete, 0);
+    EXPECT_EQ(value(Control::chkPermanentDelete), 0);
     EXPECT_EQ(selectedRows(), 0);
     for (int r = 1; r <= rows(); ++r) {
         EXPECT_EQ(logic.grid.row(r).background, GridRow::kNoBackground);
     }
-    EXPECT_FALSE(enabled("cmdRun"));
+    EXPECT_FALSE(enabled(Control::cmdRun));
 }
 
 TEST_F(ProcessingOptionsTest, TurboMeansAPermanentUnconfirmedUnfilteredRun) {
-    set("chkSelectDate", 1);
-    set("chkSelectSubject", 1);
-    set("chkConfirmItems", 1);
-    set("chkDeleteFolders", 1);
-    set("chkTurbo", 1);
-    EXPECT_EQ(value("chkDeleteFolders"), 0);
-    EXPECT_EQ(value("chkPermanentDelete"), 1);
+    set(Control::chkSelectDate, 1);
+    set(Control::chkSelectSubject, 1);
+    set(Control::chkConfirmItems, 1);
+    set(Control::chkDeleteFolders, 1);
+    set(Control::chkTurbo, 1);
+    EXPECT_EQ(value(Control::chkDeleteFolders), 0);
+    EXPECT_EQ(value(Control::chkPermanentDelete), 1);
     expectForced(kTurboForces);
-    EXPECT_FALSE(enabled("txtSelectSubject"));
-    EXPECT_TRUE(enabled("chkConfirmFolders"));
-    EXPECT_TRUE(enabled("chkShowAllFolders"));
+    EXPECT_FALSE(enabled(Control::txtSelectSubject));
+    EXPECT_TRUE(enabled(Control::chkConfirmFolders));
+    EXPECT_TRUE(enabled(Control::chkShowAllFolders));
 
-    set("chkTurbo", 0);
+    set(Control::chkTurbo, 0);
     for (const ForcedValue& f : kTurboForces) {
         EXPECT_TRUE(enabled(f.box)) << f.box;
     }
@@ -155,30 +155,30 @@ TEST_F(ProcessingOptionsTest, CollapseFoldersOpensTheMarkedFoldersThatHoldItems)
     const int beta = node(QStringLiteral("Beta"));
     mark(QStringLiteral("Alpha"));
     ASSERT_FALSE(logic.tree.node(alpha).Expanded);
-    set("chkCollapseFolders", 1);
+    set(Control::chkCollapseFolders, 1);
     EXPECT_TRUE(logic.tree.node(alpha).Expanded);
     EXPECT_EQ(logic.tree.node(alpha).Text, QStringLiteral("Alpha - (5)"));
     EXPECT_FALSE(logic.tree.node(beta).Expanded);  // not marked
     EXPECT_FALSE(logic.tree.node(node(QStringLiteral("Projects"))).Expanded);
 
-    set("chkCollapseFolders", 0);
+    set(Control::chkCollapseFolders, 0);
     EXPECT_TRUE(logic.tree.node(alpha).Expanded);
 }
 
 TEST_F(ProcessingOptionsTest, ResetOptionsPutsEveryBoxBackToItsDefault) {
-    set("chkShowAllFolders", 1);
-    set("chkConfirmFolders", 0);
-    set("chkMarkSubFolders", 1);
-    set("chkTurbo", 1);
-    set("chkSelectType", 1);  // disabled under Turbo, but the code may still set it
-    set("chkType44", 0);
+    set(Control::chkShowAllFolders, 1);
+    set(Control::chkConfirmFolders, 0);
+    set(Control::chkMarkSubFolders, 1);
+    set(Control::chkTurbo, 1);
+    set(Control::chkSelectType, 1);  // disabled under Turbo, but the code may still set it
+    set(Control::chkType44, 0);
 
     logic.processing.mnuResetOptions_Click();
     for (const OptionDefault& option : defaultOptions()) {
         EXPECT_EQ(value(option.box), option.value) << option.box;
     }
-    EXPECT_TRUE(enabled("chkSelectUnread"));
-    EXPECT_FALSE(enabled("chkType43"));
+    EXPECT_TRUE(enabled(Control::chkSelectUnread));
+    EXPECT_FALSE(enabled(Control::chkType43));
     EXPECT_TRUE(logic.grid.Redraw());
     EXPECT_TRUE(prompter.texts().isEmpty());
 }

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "app/controls.h"
+#include "window/controls.h"
 
 namespace tf::testing {
 
 // Puts a control where a test wants it, in twips.
-inline void place(Controls& controls, const QString& name, double left, double top, double width,
+inline void place(Controls& controls, Control control, double left, double top, double width,
                   double height) {
-    controls.update(name, [&](ControlState& c) {
+    controls.update(control, [&](ControlState& c) {
         c.left = left;
         c.top = top;
         c.width = width;

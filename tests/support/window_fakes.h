@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "app/window_shell.h"
 #include "common/failure.h"
-#include "common/message_window.h"
-#include "common/yield.h"
-#include "grid/items_grid.h"
 #include "outlook/application_source.h"
+#include "window/items_grid.h"
+#include "window/message_window.h"
+#include "window/window_shell.h"
+#include "window/yield.h"
 
 namespace tf::testing {
 
