@@ -17,13 +17,16 @@ bool ItemFilters::Check_Filtered_Record(int node, int folder, int item) const {
     if (r.isHole()) {
         return false;  // deleted by a run: there is nothing left to select
     }
+    return selects(tree_.node(node).Checked, r);
+}
+
+bool ItemFilters::selects(bool folderMarked, const ItemData& item) const {
     // Every term is worked out; none is skipped for an earlier one's answer.
-    const bool marked = tree_.node(node).Checked;
-    const bool date = Check_Date(r.ItemDate);
-    const bool subject = Check_Subject(r.Subject);
-    const bool type = Check_Type(r.ItemClass);
-    const bool unread = r.Unread == 0 || on(Control::chkSelectUnread);
-    return subject && date && marked && type && unread;
+    const bool date = Check_Date(item.ItemDate);
+    const bool subject = Check_Subject(item.Subject);
+    const bool type = Check_Type(item.ItemClass);
+    const bool unread = item.Unread == 0 || on(Control::chkSelectUnread);
+    return subject && date && folderMarked && type && unread;
 }
 
 bool ItemFilters::Check_Type(std::int32_t itemClass) const {

@@ -9,6 +9,7 @@
 #include "window/controls.h"
 #include "window/folder_data.h"
 #include "window/folder_tree.h"
+#include "window/item_data.h"
 #include "window/type_boxes.h"
 
 namespace tf {
@@ -22,6 +23,9 @@ class ItemFilters {
 
     // The item passes when its folder is marked and every filter that is on lets it through.
     bool Check_Filtered_Record(int node, int folder, int item) const;
+    // The one test of an item's fields that the grid's marks and every cleaning strategy share:
+    // its folder is marked and each filter that is on lets it through.
+    bool selects(bool folderMarked, const ItemData& item) const;
     bool Check_Type(std::int32_t itemClass) const;
     bool Check_Date(OleDate itemDate) const;
     bool Check_Subject(const QString& subject) const;

@@ -208,7 +208,7 @@ QString CleaningRun::summaryText(bool deleteFolders, bool permanentDelete, long 
 
 bool CleaningRun::Check_For_Marked_Rows() const {
     for (int r = 1; r < w_.grid.Rows(); ++r) {
-        if (w_.grid.row(r).mark == '1') {
+        if (w_.grid.row(r).mark == kRowMarked) {
             return true;
         }
     }

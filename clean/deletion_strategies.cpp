@@ -3,6 +3,7 @@
 #include <set>
 
 #include "cache/item_cache.h"
+#include "common/numbers.h"
 #include "tree/deleted_items.h"
 
 namespace tf {
@@ -63,6 +64,29 @@ void DeletionStrategies::failed(const QString& process, const QString& item) {
     if (processError_) {
         processError_->DisplayProcessingError(process, item);
     }
+}
+
+template <typename Loop>
+void DeletionStrategies::inChangeGroup(const QString& procedure, Loop&& loop) {
+    const bool ran = w_.errors.run(procedure, [&](Procedure&) {
+        ChangeGroup group(builder_.nameSpace());
+        loop();
+        group.finish();
+    });
+    noteUnfinished(ran);
+}
+
+bool DeletionStrategies::tally(Outcome outcome, int folder, const QString& process,
+                               const QString& item) {
+    if (outcome == Outcome::Deleted) {
+        ++state_.ProcessedCount;
+        ++w_.records[folder].DeletedCount;
+        return true;
+    }
+    if (outcome == Outcome::Failed) {
+        failed(process, item);
+    }
+    return false;
 }
 
 void DeletionStrategies::noteUnfinished(bool ran) {
@@ -154,8 +178,7 @@ DeletionStrategies::Outcome DeletionStrategies::Delete_Current_Item(const outloo
 }
 
 void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int index) {
-    const bool ran = w_.errors.run(QStringLiteral("Delete_All_Items"), [&](Procedure&) {
-        ChangeGroup group(builder_.nameSpace());
+    inChangeGroup(QStringLiteral("Delete_All_Items"), [&] {
         w_.records[index].DeletedCount = 0;
         const QString name = folder->Name();
         const outlook::ItemsPtr items = folder->Items();
@@ -179,13 +202,8 @@ void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int 
                     items->Item(i)->Delete();
                 }
             });
-            if (removed) {
-                ++state_.ProcessedCount;
-                ++w_.records[index].DeletedCount;
-            } else {
-                failed(QStringLiteral("Turbo Delete - Unable to delete item"),
-                       kFolderPrefix + name);
-            }
+            tally(removed ? Outcome::Deleted : Outcome::Failed, index,
+                  QStringLiteral("Turbo Delete - Unable to delete item"), kFolderPrefix + name);
             // The status follows the run's own count, so its figures are whole hundreds of the
             // run; a stretch of failures still yields, so Cancel stays usable.
             if (removed && state_.ProcessedCount % 100 == 0) {
@@ -196,109 +214,86 @@ void DeletionStrategies::Delete_All_Items(const outlook::FolderPtr& folder, int 
                 w_.yield.yield();
             }
         }
-        group.finish();
     });
-    noteUnfinished(ran);
 }
 
 void DeletionStrategies::Delete_Selected_Items_By_MAPIFolder(const outlook::FolderPtr& folder,
                                                              int index, int node) {
-    const bool ran =
-        w_.errors.run(QStringLiteral("Delete_Selected_Items_By_MAPIFolder"), [&](Procedure&) {
-            ChangeGroup group(builder_.nameSpace());
-            w_.records[index].DeletedCount = 0;
-            const QString name = folder->Name();
-            const outlook::ItemsPtr items = folder->Items();
-            const bool unreadToo = on(Control::chkSelectUnread);
-            long checked = 0;
-            for (long i = items->Count(); i >= 1 && !stopped(); --i) {
-                ++checked;
-                outlook::ItemPtr item;
-                QString subject;
-                bool selected = false;
-                const bool read = w_.errors.attempt([&] {
-                    item = items->Item(i);
-                    subject = item->Subject();
-                    const bool type = filters_.Check_Type(static_cast<std::int32_t>(item->Class()));
-                    const bool date = filters_.Check_Date(Get_Item_Date(*item));
-                    const bool text = filters_.Check_Subject(subject);
-                    const bool unread = unreadToo || !Check_Unread(*item);
-                    selected = type && date && text && unread && w_.tree.node(node).Checked;
-                });
-                if (!read) {
-                    failed(QStringLiteral("Filtered Delete - Set Object"), kFolderPrefix + name);
-                } else if (selected) {
-                    const Outcome outcome = Delete_Current_Item(item, index);
-                    if (outcome == Outcome::Deleted) {
-                        ++state_.ProcessedCount;
-                        ++w_.records[index].DeletedCount;
-                    } else if (outcome == Outcome::Failed) {
-                        failed(QStringLiteral("Filtered Delete - ") + subject,
-                               kFolderPrefix + name);
-                    }
-                }
-                w_.yield.yield();
-                if (checked % 100 == 0) {
-                    status_.Display_Cleaning_Status(name, checked, w_.records[index].DeletedCount,
-                                                    state_.ProcessedCount);
-                }
+    inChangeGroup(QStringLiteral("Delete_Selected_Items_By_MAPIFolder"), [&] {
+        w_.records[index].DeletedCount = 0;
+        const QString name = folder->Name();
+        const outlook::ItemsPtr items = folder->Items();
+        long checked = 0;
+        for (long i = items->Count(); i >= 1 && !stopped(); --i) {
+            ++checked;
+            outlook::ItemPtr item;
+            QString subject;
+            bool selected = false;
+            const bool read = w_.errors.attempt([&] {
+                item = items->Item(i);
+                subject = item->Subject();
+                ItemData fields;
+                fields.ItemClass = static_cast<std::int32_t>(item->Class());
+                fields.ItemDate = Get_Item_Date(*item);
+                fields.Subject = subject;
+                fields.Unread = Check_Unread(*item) ? kTrue : std::int16_t{0};
+                selected = filters_.selects(w_.tree.node(node).Checked, fields);
+            });
+            if (!read) {
+                failed(QStringLiteral("Filtered Delete - Set Object"), kFolderPrefix + name);
+            } else if (selected) {
+                tally(Delete_Current_Item(item, index), index,
+                      QStringLiteral("Filtered Delete - ") + subject, kFolderPrefix + name);
             }
-            status_.Display_Cleaning_Status(name, checked, w_.records[index].DeletedCount,
-                                            state_.ProcessedCount);
-            group.finish();
-        });
-    noteUnfinished(ran);
+            w_.yield.yield();
+            if (checked % 100 == 0) {
+                status_.Display_Cleaning_Status(name, checked, w_.records[index].DeletedCount,
+                                                state_.ProcessedCount);
+            }
+        }
+        status_.Display_Cleaning_Status(name, checked, w_.records[index].DeletedCount,
+                                        state_.ProcessedCount);
+    });
 }
 
 void DeletionStrategies::Delete_Filtered_Items_By_FolderData_Array(int node, int index) {
-    const bool ran =
-        w_.errors.run(QStringLiteral("Delete_Filtered_Items_By_FolderData_Array"), [&](Procedure&) {
-            ChangeGroup group(builder_.nameSpace());
-            w_.records[index].DeletedCount = 0;
-            const QString name = w_.records[index].Folder->Name();
-            const QString storeID = placeOf(index).storeID;
-            const int cached = std::min<int>(w_.records[index].CachedCount,
-                                             static_cast<int>(w_.records[index].ItemCache.size()));
-            for (int i = 1; i <= cached && !stopped(); ++i) {
-                // Looked up afresh each time: a yield may have run a handler that touched the
-                // records.
-                if (filters_.Check_Filtered_Record(node, index, i)) {
-                    const ItemData data =
-                        w_.records[index].ItemCache[static_cast<std::size_t>(i - 1)];
-                    outlook::ItemPtr item;
-                    Outcome outcome = Outcome::Failed;
-                    if (w_.errors.attempt([&] {
-                            item = builder_.nameSpace()->GetItemFromID(data.EntryID, storeID);
-                        })) {
-                        outcome = Delete_Current_Item(item, index, data.EntryID);
-                    }
-                    if (outcome == Outcome::Deleted) {
-                        ++state_.ProcessedCount;
-                        FolderData& record = w_.records[index];
-                        ++record.DeletedCount;
-                        record.ItemCache[static_cast<std::size_t>(i - 1)].ItemClass =
-                            ItemData::kHole;
-                    } else if (outcome == Outcome::Failed) {
-                        failed(QStringLiteral("Filtered Delete - ") + data.Subject,
-                               kFolderPrefix + name);
-                    }
+    inChangeGroup(QStringLiteral("Delete_Filtered_Items_By_FolderData_Array"), [&] {
+        w_.records[index].DeletedCount = 0;
+        const QString name = w_.records[index].Folder->Name();
+        const QString storeID = placeOf(index).storeID;
+        const int cached = std::min<int>(w_.records[index].CachedCount,
+                                         static_cast<int>(w_.records[index].ItemCache.size()));
+        for (int i = 1; i <= cached && !stopped(); ++i) {
+            // Looked up afresh each time: a yield may have run a handler that touched the
+            // records.
+            if (filters_.Check_Filtered_Record(node, index, i)) {
+                const ItemData data = w_.records[index].ItemCache[static_cast<std::size_t>(i - 1)];
+                outlook::ItemPtr item;
+                Outcome outcome = Outcome::Failed;
+                if (w_.errors.attempt([&] {
+                        item = builder_.nameSpace()->GetItemFromID(data.EntryID, storeID);
+                    })) {
+                    outcome = Delete_Current_Item(item, index, data.EntryID);
                 }
-                w_.yield.yield();
-                if (i % 100 == 0) {
-                    status_.Display_Cleaning_Status(name, i, w_.records[index].DeletedCount,
-                                                    state_.ProcessedCount);
+                if (tally(outcome, index, QStringLiteral("Filtered Delete - ") + data.Subject,
+                          kFolderPrefix + name)) {
+                    w_.records[index].ItemCache[static_cast<std::size_t>(i - 1)].ItemClass =
+                        ItemData::kHole;
                 }
             }
-            w_.status.setText(1, QString());
-            w_.status.setText(2, QString());
-            group.finish();
-        });
-    noteUnfinished(ran);
+            w_.yield.yield();
+            if (i % 100 == 0) {
+                status_.Display_Cleaning_Status(name, i, w_.records[index].DeletedCount,
+                                                state_.ProcessedCount);
+            }
+        }
+        w_.status.setText(1, QString());
+        w_.status.setText(2, QString());
+    });
 }
 
 void DeletionStrategies::Delete_Filtered_Items_By_Row() {
-    const bool ran = w_.errors.run(QStringLiteral("Delete_Filtered_Items_By_Row"), [&](Procedure&) {
-        ChangeGroup group(builder_.nameSpace());
+    inChangeGroup(QStringLiteral("Delete_Filtered_Items_By_Row"), [&] {
         w_.status.setText(1, QStringLiteral("Cleaning Items"));
         RedrawOff redrawOff(w_.grid);
         long processed = 0;
@@ -308,7 +303,7 @@ void DeletionStrategies::Delete_Filtered_Items_By_Row() {
             ++processed;
             const GridRow row = w_.grid.row(r);
             const bool known =
-                row.mark == '1' && row.folder >= 1 && row.folder <= w_.records.upperBoundIndex() &&
+                row.mark == kRowMarked && row.folder >= 1 && row.folder <= w_.records.upperBoundIndex() &&
                 row.item >= 1 &&
                 static_cast<std::size_t>(row.item) <= w_.records[row.folder].ItemCache.size() &&
                 w_.records[row.folder].Folder;
@@ -324,18 +319,15 @@ void DeletionStrategies::Delete_Filtered_Items_By_Row() {
                     })) {
                     outcome = Delete_Current_Item(item, row.folder, data.EntryID);
                 }
-                if (outcome == Outcome::Deleted) {
-                    ++state_.ProcessedCount;
+                if (tally(outcome, row.folder, QStringLiteral("Row Delete - ") + data.Subject,
+                          kFolderPrefix + w_.records[row.folder].Folder->Name())) {
                     ++cleaned;
                     w_.records[row.folder]
                         .ItemCache[static_cast<std::size_t>(row.item - 1)]
                         .ItemClass = ItemData::kHole;
-                    w_.grid.setMark(r, '0');
+                    w_.grid.setMark(r, kRowUnmarked);
                     touched.insert(row.folder);
                     builder_.Set_Node_Text(row.folder);
-                } else if (outcome == Outcome::Failed) {
-                    failed(QStringLiteral("Row Delete - ") + data.Subject,
-                           kFolderPrefix + w_.records[row.folder].Folder->Name());
                 }
             }
             w_.yield.yield();
@@ -354,9 +346,7 @@ void DeletionStrategies::Delete_Filtered_Items_By_Row() {
                 }
             }
         }
-        group.finish();
     });
-    noteUnfinished(ran);
 }
 
 void DeletionStrategies::Delete_Selected_Folder(const outlook::FolderPtr& folder, int node) {

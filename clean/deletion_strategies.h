@@ -54,6 +54,12 @@ class DeletionStrategies {
     const Place& placeOf(int index);
     void failed(const QString& process, const QString& item);
     void noteUnfinished(bool ran);
+    // The frame of every item strategy: its procedure on the error stack and its changes in one
+    // group; a loop broken off by a failure still leaves the summary saying not all went.
+    template <typename Loop>
+    void inChangeGroup(const QString& procedure, Loop&& loop);
+    // One item's outcome: counted for the run and its folder (true), kept, or reported.
+    bool tally(Outcome outcome, int folder, const QString& process, const QString& item);
     bool on(Control box) const { return w_.controls.isOn(box); }
     bool stopped() const { return !w_.flags.Processing; }
     // The failure Delete_Current_Item reports for an item it refuses to touch.

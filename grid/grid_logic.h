@@ -48,7 +48,8 @@ class GridLogic : public GridCellSource, public FolderRows {
     // Removes the selected rows (Selected) or the unselected ones (Unselected).
     void Remove_Selected_Or_Unselected_Rows(RowMarker which);
     void Change_Filtered_Rows();
-    void Change_Folder_Rows(int node);
+    // The grid follows the marks and the current folder: every shown folder's rows afresh.
+    void Change_Folder_Rows();
 
     void Set_Grid_Order() override;
     int Get_Sort_Column(int field) const;
@@ -64,8 +65,9 @@ class GridLogic : public GridCellSource, public FolderRows {
     int Get_Rows_Selected_Count() const;
     // The selected rows of one store: those whose folder moves its items to this "Deleted Items".
     int Get_Rows_Selected_Count(int deletedItemsIndex) const;
-    // Sets every mark from the filters; or every mark on (markAll) or off (unmarkAll).
-    void Mark_Or_Unmark_Filtered_Rows(bool markAll, bool unmarkAll);
+    // How Mark_Or_Unmark_Filtered_Rows sets the marks.
+    enum class Marking { ByFilters, All, None };
+    void Mark_Or_Unmark_Filtered_Rows(Marking marking);
     void Mark_And_Unmark_Selected_Range(int first, int last);
     void Paint_Entire_Grid();
     void Display_Selected_Items_Total(long total);

@@ -30,7 +30,7 @@ void RowSelection::chkSelectByRow_Click() {
         if (!w_.controls.isOn(Control::chkSelectByRow)) {
             // The hand-picked marks give way to the filters' again.
             RedrawOff redrawOff(w_.grid);
-            grid_.Mark_Or_Unmark_Filtered_Rows(false, false);
+            grid_.Mark_Or_Unmark_Filtered_Rows(GridLogic::Marking::ByFilters);
         }
         enabling_.Enable_Check_Boxes();
         enabling_.Enable_Command_Buttons();
@@ -68,8 +68,8 @@ void RowSelection::grdItems_MouseUp(int button, int shift, int mouseRow) {
 
 void RowSelection::Select_Or_Unselect(int row) {
     w_.errors.run(QStringLiteral("Select_Or_Unselect"), [&](Procedure&) {
-        const bool select = w_.grid.row(row).mark == '0';
-        w_.grid.setMark(row, select ? '1' : '0');
+        const bool select = w_.grid.row(row).mark == kRowUnmarked;
+        w_.grid.setMark(row, select ? kRowMarked : kRowUnmarked);
         // An unselected row goes back to the grid's own background, as unselected rows have.
         w_.grid.setBackground(row, select ? w_.colours.highlight : GridRow::kNoBackground);
         enabling_.Enable_Command_Buttons();

@@ -130,7 +130,7 @@ void FolderMarking::Node_Click_Or_Check(int node) {
         w_.tree.setBold(node, checked);
 
         if (node == w_.flags.CurrentNodeIndex) {
-            grid_.Change_Folder_Rows(node);
+            grid_.Change_Folder_Rows();
             enabling_.Enable_Command_Buttons();
             return;
         }
@@ -190,7 +190,7 @@ void FolderMarking::changeCurrentFolder(int node) {
 
     w_.flags.CurrentNodeIndex = node;
     builder_.Set_Folder_Label(index);
-    grid_.Change_Folder_Rows(node);
+    grid_.Change_Folder_Rows();
     enabling_.Enable_Command_Buttons();
 }
 
@@ -263,7 +263,7 @@ void FolderMarking::mnuUnmark_Click() {
             Unmark_Nodes(w_.tree.topLevel().front());
         }
         grid_.Remove_All_Rows();
-        grid_.Mark_Or_Unmark_Filtered_Rows(false, true);
+        grid_.Mark_Or_Unmark_Filtered_Rows(GridLogic::Marking::None);
         enabling_.Enable_Command_Buttons();
     });
 }

@@ -99,8 +99,8 @@ void ProcessingOptions::chkPermanentDelete_Click() {
                 // Rows picked in "Deleted Items" could now go nowhere: they are let go.
                 RedrawOff redrawOff(w_.grid);
                 for (int r = 1; r < w_.grid.Rows(); ++r) {
-                    if (w_.grid.row(r).mark == '1' && grid_.inDeletedItems(w_.grid.row(r))) {
-                        w_.grid.setMark(r, '0');
+                    if (w_.grid.row(r).mark == kRowMarked && grid_.inDeletedItems(w_.grid.row(r))) {
+                        w_.grid.setMark(r, kRowUnmarked);
                     }
                 }
                 grid_.Paint_Entire_Grid();

@@ -18,7 +18,7 @@ int markedRowCount(const ItemsGrid& grid, const FolderRecords& records, int dele
     int count = 0;
     for (int r = 1; r < grid.Rows(); ++r) {
         const GridRow& row = grid.row(r);
-        if (row.mark == '1' && cachedItemOf(records, row) != nullptr &&
+        if (row.mark == kRowMarked && cachedItemOf(records, row) != nullptr &&
             records[row.folder].Folder &&
             (deletedItemsIndex < 0 || records[row.folder].DeletedItemsIndex == deletedItemsIndex)) {
             ++count;

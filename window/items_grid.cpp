@@ -98,7 +98,7 @@ QString ItemsGrid::TextMatrix(int r, int col) const {
     return source_ != nullptr && data.item >= 1 ? source_->cell(data, c.field) : QString();
 }
 
-void ItemsGrid::setMark(int r, char mark) {
+void ItemsGrid::setMark(int r, RowMark mark) {
     mutableRow(r).mark = mark;
     changedRow(r);
 }

@@ -25,12 +25,16 @@ enum GridField : int {
 enum class RowMarker : std::uint8_t { None, Empty, Selected, Unselected };
 QString markerWord(RowMarker marker);
 
+// A row's mark in the grid's first column: picked for cleaning or not. The characters are the
+// ones the column shows.
+enum RowMark : char { kRowUnmarked = '0', kRowMarked = '1' };
+
 // One data row. It refers to its item by position instead of copying the item's text, so a
 // million rows cost a few bytes each; the text is read from the cache when it is shown.
 struct GridRow {
     std::int32_t folder = 0;  // RowData: the FolderData index of the item's folder
     std::int32_t item = -1;   // the item's index in its folder's cache; negative for none
-    char mark = '0';          // column 1: '1' selected, '0' not
+    RowMark mark = kRowUnmarked;
     RowMarker marker = RowMarker::Empty;
     bool bold = false;
     ColorRef background = kNoBackground;
@@ -86,7 +90,7 @@ class ItemsGrid {
     const GridRow& row(int r) const;
     int RowData(int r) const { return row(r).folder; }
     QString TextMatrix(int r, int col) const;
-    void setMark(int r, char mark);
+    void setMark(int r, RowMark mark);
     void setBold(int r, bool bold);
     void setBackground(int r, ColorRef colour);
     // Removes every data row for which remove(row) is true; keeps the others in order.

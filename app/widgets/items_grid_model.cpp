@@ -41,7 +41,7 @@ QVariant ItemsGridModel::data(const QModelIndex& index, int role) const {
             return col == 1 ? QVariant() : QVariant(grid_.TextMatrix(r, col));
         case Qt::CheckStateRole:
             if (col == 1) {
-                return row.mark == '1' ? Qt::Checked : Qt::Unchecked;
+                return row.mark == kRowMarked ? Qt::Checked : Qt::Unchecked;
             }
             return {};
         case Qt::FontRole:

@@ -117,7 +117,7 @@ TEST_F(GridRules, TheCurrentFolderShowsAllItsRowsAndMarksFollowTheFilters) {
     // Re-marked in place, and built afresh: the selected rows stand out either way.
     for (int pass = 0; pass < 2; ++pass) {
         if (pass == 1) {
-            logic.gridLogic.Change_Folder_Rows(node(QStringLiteral("Inbox")));
+            logic.gridLogic.Change_Folder_Rows();
         }
         for (int r = 1; r < logic.grid.Rows(); ++r) {
             const bool invoice = logic.grid.TextMatrix(r, 4).startsWith(QStringLiteral("Invoice"));
@@ -203,7 +203,7 @@ TEST_F(GridRules, ARangeSelectionSkipsDeletedItemsRowsAndSaysSoOnce) {
     set(Control::chkShowAllFolders, 1);
     ASSERT_EQ(logic.grid.Rows() - 1, 5);
     // Rows already selected stay so; the rule guards the rows that a range would add.
-    logic.gridLogic.Mark_Or_Unmark_Filtered_Rows(false, true);
+    logic.gridLogic.Mark_Or_Unmark_Filtered_Rows(GridLogic::Marking::None);
     EXPECT_EQ(logic.gridLogic.Get_Rows_Selected_Count(), 0);
     prompter.forget();
     logic.gridLogic.Mark_And_Unmark_Selected_Range(1, 5);

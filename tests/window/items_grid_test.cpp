@@ -79,7 +79,7 @@ TEST_F(GridTable, TheHeaderRowTheKeyAndTheMarkColumnsAreTheGridsOwn) {
     EXPECT_EQ(grid.TextMatrix(0, 2), QStringLiteral("Subject"));
     EXPECT_EQ(grid.TextMatrix(0, 3), QStringLiteral("TYPE"));
     EXPECT_EQ(grid.TextMatrix(1, 1), QStringLiteral("0"));
-    grid.setMark(1, '1');
+    grid.setMark(1, kRowMarked);
     EXPECT_EQ(grid.TextMatrix(1, 1), QStringLiteral("1"));
     EXPECT_EQ(grid.RowData(1), 1);
     EXPECT_THROW(grid.TextMatrix(2, 0), Failure);
@@ -92,12 +92,12 @@ TEST_F(GridTable, TellsTheViewAtOnceOrOnceWhenRedrawComesBack) {
     addRows({QStringLiteral("a"), QStringLiteral("b")});
     const int resetsWhileDrawing = observer.resets;
     EXPECT_EQ(resetsWhileDrawing, 2);
-    grid.setMark(1, '1');
+    grid.setMark(1, kRowMarked);
     EXPECT_EQ(observer.changes, 1);
 
     grid.setRedraw(false);
     addRows({QStringLiteral("c"), QStringLiteral("d")});
-    grid.setMark(2, '1');
+    grid.setMark(2, kRowMarked);
     grid.Sort(2, ItemsGrid::kSortStringAscending);
     EXPECT_EQ(observer.resets, resetsWhileDrawing);
     EXPECT_EQ(observer.changes, 1);
