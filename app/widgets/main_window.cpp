@@ -16,10 +16,14 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QStatusBar>
+#include <QStyledItemDelegate>
 #include <QTableView>
+#include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
 #include <cmath>
@@ -31,6 +35,7 @@
 #include "help/widgets/about_window.h"
 #include "help/widgets/help_browser_window.h"
 #include "help/widgets/help_viewer_window.h"
+#include "help/widgets/screen_fit.h"
 
 namespace tf {
 
@@ -41,6 +46,10 @@ constexpr int kMargin = 6;
 constexpr int kLabelHeight = 22;
 constexpr int kSliderWidth = 5;
 constexpr int kButtonHeight = 34;
+// The size the window opens at when the screen has room, and the least at which every control
+// stays readable (the options scroll below their natural height).
+constexpr QSize kFirstSize(1180, 760);
+constexpr QSize kMinimumSize(800, 540);
 
 int toPixels(double twips) {
     return static_cast<int>(std::lround(twips / kTwipsPerPixel));
@@ -66,6 +75,51 @@ QFrame* makeSlider(QWidget* parent, const QString& name) {
     return slider;
 }
 
+// Draws a frame around the whole current row while the list has the keyboard, so that a keyboard
+// user sees which row Enter opens; the list's own highlight is switched off for the program's
+// row painting.
+class RowFocusDelegate : public QStyledItemDelegate {
+  public:
+    explicit RowFocusDelegate(QTableView* view) : QStyledItemDelegate(view), view_(view) {}
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        QStyleOptionViewItem plain(option);
+        plain.state &= ~QStyle::State_HasFocus;  // the row's frame replaces the cell's
+        QStyledItemDelegate::paint(painter, plain, index);
+        if (index.row() != view_->currentIndex().row() || view_->window()->focusWidget() != view_) {
+            return;
+        }
+        painter->save();
+        // The list's own highlight colours are switched off; the text colour reads on every
+        // row background.
+        painter->setPen(QPen(option.palette.color(QPalette::Active, QPalette::Text), 2));
+        const QRect r = option.rect.adjusted(0, 1, 0, -1);
+        painter->drawLine(r.topLeft(), r.topRight());
+        painter->drawLine(r.bottomLeft(), r.bottomRight());
+        const QHeaderView* header = view_->horizontalHeader();
+        const int visual = header->visualIndex(index.column());
+        bool first = true;
+        bool last = true;
+        for (int v = 0; v < header->count(); ++v) {
+            if (!header->isSectionHidden(header->logicalIndex(v))) {
+                first = first && v >= visual;
+                last = v <= visual;
+            }
+        }
+        if (first) {
+            painter->drawLine(r.topLeft() + QPoint(1, 0), r.bottomLeft() + QPoint(1, 0));
+        }
+        if (last) {
+            painter->drawLine(r.topRight(), r.bottomRight());
+        }
+        painter->restore();
+    }
+
+  private:
+    QTableView* view_;
+};
+
 }  // namespace
 
 frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& source)
@@ -90,8 +144,9 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     outlook::setItemWindow(&itemWindows_);
     picSlider_->installEventFilter(this);
     picSlider2_->installEventFilter(this);
-    setMinimumWidth(640);
-    resize(1180, 760);
+    setMinimumSize(kMinimumSize);
+    resize(kFirstSize);
+    fitToScreen(*this);
     placeControls();
 }
 
@@ -171,7 +226,27 @@ void frmRemoveItems::buildControls() {
     grdItems_->horizontalHeader()->setSectionsClickable(true);
     grdItems_->horizontalHeader()->setSortIndicatorShown(true);
     gridModel_ = new ItemsGridModel(logic_->grid, this);
+    presentation_ = std::make_unique<RowPresentation>(logic_->records, logic_->gridLogic);
+    gridModel_->setPresentation(presentation_.get());
     grdItems_->setModel(gridModel_);
+    // Tab moves on to the next control; the arrow keys move within the list.
+    grdItems_->setTabKeyNavigation(false);
+    grdItems_->setItemDelegate(new RowFocusDelegate(grdItems_));
+    // During a run the list is disabled but must stay readable: it keeps its enabled colours.
+    QPalette gridPalette = grdItems_->palette();
+    for (const QPalette::ColorRole role :
+         {QPalette::Text, QPalette::Base, QPalette::AlternateBase, QPalette::WindowText}) {
+        gridPalette.setColor(QPalette::Disabled, role, gridPalette.color(QPalette::Active, role));
+    }
+    grdItems_->setPalette(gridPalette);
+    // A row reached with the keyboard is the row Enter opens, as if it had been clicked.
+    connect(grdItems_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& current) {
+                if (current.isValid()) {
+                    logic_->itemDisplay.grdItems_MouseDown(current.row() + 1);
+                }
+                grdItems_->viewport()->update();
+            });
     grdItems_->viewport()->installEventFilter(this);
     grdItems_->installEventFilter(this);
     connect(gridModel_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
@@ -192,6 +267,13 @@ void frmRemoveItems::buildControls() {
     QFont labelFont = lblCurrentFolder_->font();
     labelFont.setBold(true);
     lblCurrentFolder_->setFont(labelFont);
+
+    // Which store the current folder belongs to, when several are open; the label's own
+    // caption is the logic's.
+    lblCurrentStore_ = new QLabel(central);
+    lblCurrentStore_->setObjectName(QStringLiteral("lblCurrentStore"));
+    lblCurrentStore_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    lblCurrentStore_->hide();
 
     frmOptions_ = buildOptionsFrame();
     frmOptions_->setParent(central);
@@ -221,7 +303,7 @@ void frmRemoveItems::buildControls() {
         widgets_.insert(widget->objectName(), widget);
     }
     for (QWidget* widget : frmOptions_->findChildren<QWidget*>()) {
-        if (!widget->objectName().isEmpty()) {
+        if (logic_->controls.has(widget->objectName())) {
             widgets_.insert(widget->objectName(), widget);
         }
     }
@@ -230,11 +312,21 @@ void frmRemoveItems::buildControls() {
 QGroupBox* frmRemoveItems::buildOptionsFrame() {
     auto* frame = new QGroupBox(QStringLiteral("Options"));
     frame->setObjectName(QStringLiteral("frmOptions"));
-    auto* layout = new QVBoxLayout(frame);
+    // In a window lower than the options' natural height they scroll instead of overlapping.
+    auto* outer = new QVBoxLayout(frame);
+    outer->setContentsMargins(0, 0, 0, 0);
+    auto* scroll = new QScrollArea(frame);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    auto* content = new QWidget;
+    scroll->viewport()->setAutoFillBackground(false);
+    content->setAutoFillBackground(false);
+    auto* layout = new QVBoxLayout(content);
     layout->setSpacing(3);
 
     const auto heading = [&](const QString& name, const QString& text) {
-        auto* label = new QLabel(text, frame);
+        auto* label = new QLabel(text, content);
         label->setObjectName(name);
         QFont font = label->font();
         font.setBold(true);
@@ -242,13 +334,13 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
         layout->addWidget(label);
     };
     const auto check = [&](const QString& name, const QString& text, QLayout* into = nullptr) {
-        auto* box = new QCheckBox(text, frame);
+        auto* box = new QCheckBox(text, content);
         box->setObjectName(name);
         (into != nullptr ? into : layout)->addWidget(box);
         return box;
     };
     const auto line = [&](const QString& name) {
-        auto* rule = new QFrame(frame);
+        auto* rule = new QFrame(content);
         rule->setObjectName(name);
         rule->setFrameShape(QFrame::HLine);
         rule->setFrameShadow(QFrame::Sunken);
@@ -277,7 +369,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
 
     auto* dateRow = new QHBoxLayout;
     check(QStringLiteral("chkSelectDate"), QStringLiteral("Older Than"), dateRow);
-    auto* date = new QDateEdit(frame);
+    auto* date = new QDateEdit(content);
     date->setObjectName(QStringLiteral("dtpCutoffDate"));
     date->setCalendarPopup(true);
     date->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
@@ -285,7 +377,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     layout->addLayout(dateRow);
 
     check(QStringLiteral("chkSelectSubject"), QStringLiteral("Subject"));
-    auto* subject = new QLineEdit(frame);
+    auto* subject = new QLineEdit(content);
     subject->setObjectName(QStringLiteral("txtSelectSubject"));
     layout->addWidget(subject);
     auto* matchRow = new QHBoxLayout;
@@ -296,7 +388,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     check(QStringLiteral("chkSelectType"), QStringLiteral("Item Types"));
     auto* types = new QGridLayout;
     for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
-        auto* box = new QCheckBox(QLatin1String(kTypeBoxes[i].caption), frame);
+        auto* box = new QCheckBox(QLatin1String(kTypeBoxes[i].caption), content);
         box->setObjectName(QLatin1String(kTypeBoxes[i].name));
         const int position = static_cast<int>(i);
         types->addWidget(box, position / 2, position % 2);
@@ -304,6 +396,8 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     types->setContentsMargins(18, 0, 0, 0);
     layout->addLayout(types);
     layout->addStretch(1);
+    scroll->setWidget(content);
+    outer->addWidget(scroll);
     return frame;
 }
 
@@ -432,12 +526,13 @@ void frmRemoveItems::placeControls() {
     // 85 twips higher, and the label spans the grid and the options.
     const QSize area = centralWidget()->size();
     const int bottom = area.height() - kMargin;
-    const int paneTop = kMargin + kLabelHeight + 2;
+    const int raise = toPixels(85);
+    // Low enough that the raised options frame starts below the label.
+    const int paneTop = kMargin + kLabelHeight + raise + 2;
     const int paneHeight = bottom - kButtonHeight - 6 - paneTop;
     const int gridLeft = kMargin + treeWidthPx_ + kSliderWidth;
     const int optionsLeft = area.width() - kMargin - optionsWidthPx_;
     const int gridWidth = std::max(0, optionsLeft - kSliderWidth - gridLeft);
-    const int raise = toPixels(85);
 
     const auto set = [this](const QString& name, int x, int y, int w, int h) {
         logic_->controls.update(name, [&](ControlState& c) {
@@ -469,7 +564,10 @@ void frmRemoveItems::controlChanged(const QString& name) {
     if (widget == nullptr) {
         return;
     }
-    widget->setEnabled(c.enabled);
+    // The status bar shows a run's progress: it stays readable while the rest is disabled.
+    if (widget != statusBar()) {
+        widget->setEnabled(c.enabled);
+    }
     // A tooltip's "\r\n" is one line break.
     widget->setToolTip(QString(c.toolTip).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     if (name != QLatin1String("sbStatusBar")) {
@@ -484,6 +582,7 @@ void frmRemoveItems::controlChanged(const QString& name) {
     }
     if (name == QLatin1String("lblCurrentFolder")) {
         lblCurrentFolder_->setText(c.caption);
+        showCurrentStore();
     } else if (widget == cmdRun_) {
         if (!c.caption.isEmpty()) {
             cmdRun_->setText(c.caption);
@@ -507,6 +606,25 @@ void frmRemoveItems::controlChanged(const QString& name) {
     }
 }
 
+void frmRemoveItems::showCurrentStore() {
+    const int node = logic_->flags.CurrentNodeIndex;
+    FolderPlace place;
+    if (presentation_ != nullptr && presentation_->severalStores() && node >= 1 &&
+        node <= logic_->tree.count()) {
+        place = presentation_->place(logic_->tree.node(node).Tag.toInt());
+    }
+    lblCurrentStore_->setText(place.store);
+    lblCurrentStore_->setToolTip(place.path);
+    lblCurrentStore_->setVisible(!place.store.isEmpty());
+    // At the right end of the label's line, in the room its caption leaves.
+    const QRect line = lblCurrentFolder_->geometry();
+    const int captionWidth =
+        lblCurrentFolder_->fontMetrics().horizontalAdvance(lblCurrentFolder_->text()) + 24;
+    lblCurrentStore_->setGeometry(line.left() + captionWidth, line.top(),
+                                  std::max(0, line.width() - captionWidth), line.height());
+    lblCurrentStore_->raise();
+}
+
 void frmRemoveItems::syncExpansion(int node) {
     if (node < 1 || node > logic_->tree.count()) {
         return;
@@ -524,9 +642,16 @@ void frmRemoveItems::showMain() {
     for (int node = 1; node <= logic_->tree.count(); ++node) {
         syncExpansion(node);
     }
+    fitToScreen(*this);
     show();
     raise();
     activateWindow();
+}
+
+void frmRemoveItems::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    // The window manager's frame is known only now; the window is made to fit once more.
+    QTimer::singleShot(0, this, [this] { fitToScreen(*this); });
 }
 
 void frmRemoveItems::focusTree() {
@@ -729,6 +854,8 @@ void frmRemoveItems::showHelpBrowser(const QString& address) {
         helpBrowser_ = new frmHelpBrowser(this);
     }
     helpBrowser_->WebBrowser1()->Navigate(QUrl(address));
+    // A size kept from a larger screen is made to fit this one.
+    fitToScreen(*helpBrowser_);
     helpBrowser_->show();
     helpBrowser_->raise();
     helpBrowser_->activateWindow();
@@ -740,6 +867,7 @@ void frmRemoveItems::showAbout() {
             logic_->help.application, logic_->homePage,
             [this](const QString& address) { showHelpBrowser(address); }, this);
     }
+    fitToScreen(*about_);
     about_->show();
     about_->raise();
     about_->activateWindow();
