@@ -74,7 +74,7 @@ void frmItem::keyPressEvent(QKeyEvent* event) {
 
 void frmItem::showEvent(QShowEvent* event) {
     QDialog::showEvent(event);
-    fitToScreen(*this);
+    fitToScreenOnceFramed(*this);
 }
 
 void QtItemWindows::show(const outlook::ItemContent& content) {

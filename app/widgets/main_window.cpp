@@ -50,6 +50,8 @@ constexpr int kButtonHeight = 34;
 // stays readable (the options scroll below their natural height).
 constexpr QSize kFirstSize(1180, 760);
 constexpr QSize kMinimumSize(800, 540);
+constexpr int kLeastGridWidth = 340;
+constexpr int kLeastTreeWidth = 150;
 
 int toPixels(double twips) {
     return static_cast<int>(std::lround(twips / kTwipsPerPixel));
@@ -64,6 +66,19 @@ const QStringList kPlacedControls = {
     QStringLiteral("trvFolders"),      QStringLiteral("picSlider"),  QStringLiteral("grdItems"),
     QStringLiteral("picSlider2"),      QStringLiteral("frmOptions"), QStringLiteral("cmdRun"),
     QStringLiteral("lblCurrentFolder")};
+
+// The views that show a run's progress are disabled during it, so that nothing in them can be
+// changed, but they must stay readable: they keep their enabled colours.
+void keepReadableWhenDisabled(QWidget* widget) {
+    QPalette palette = widget->palette();
+    for (const QPalette::ColorRole role :
+         {QPalette::Text, QPalette::WindowText, QPalette::ButtonText, QPalette::Base,
+          QPalette::AlternateBase, QPalette::Window, QPalette::Button, QPalette::Highlight,
+          QPalette::HighlightedText}) {
+        palette.setColor(QPalette::Disabled, role, palette.color(QPalette::Active, role));
+    }
+    widget->setPalette(palette);
+}
 
 QFrame* makeSlider(QWidget* parent, const QString& name) {
     auto* slider = new QFrame(parent);
@@ -213,6 +228,8 @@ void frmRemoveItems::buildControls() {
     trvFolders_->setUniformRowHeights(true);
     treeModel_ = new FolderTreeModel(logic_->tree, this);
     trvFolders_->setModel(treeModel_);
+    // The tree shows which folder a run is cleaning ("<<<<").
+    keepReadableWhenDisabled(trvFolders_);
     connectTree();
 
     grdItems_ = new QTableView(central);
@@ -232,13 +249,8 @@ void frmRemoveItems::buildControls() {
     // Tab moves on to the next control; the arrow keys move within the list.
     grdItems_->setTabKeyNavigation(false);
     grdItems_->setItemDelegate(new RowFocusDelegate(grdItems_));
-    // During a run the list is disabled but must stay readable: it keeps its enabled colours.
-    QPalette gridPalette = grdItems_->palette();
-    for (const QPalette::ColorRole role :
-         {QPalette::Text, QPalette::Base, QPalette::AlternateBase, QPalette::WindowText}) {
-        gridPalette.setColor(QPalette::Disabled, role, gridPalette.color(QPalette::Active, role));
-    }
-    grdItems_->setPalette(gridPalette);
+    keepReadableWhenDisabled(grdItems_);
+    keepReadableWhenDisabled(grdItems_->horizontalHeader());
     // A row reached with the keyboard is the row Enter opens, as if it had been clicked.
     connect(grdItems_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex& current) {
@@ -267,6 +279,7 @@ void frmRemoveItems::buildControls() {
     QFont labelFont = lblCurrentFolder_->font();
     labelFont.setBold(true);
     lblCurrentFolder_->setFont(labelFont);
+    keepReadableWhenDisabled(lblCurrentFolder_);
 
     // Which store the current folder belongs to, when several are open; the label's own
     // caption is the logic's.
@@ -530,7 +543,12 @@ void frmRemoveItems::placeControls() {
     // Low enough that the raised options frame starts below the label.
     const int paneTop = kMargin + kLabelHeight + raise + 2;
     const int paneHeight = bottom - kButtonHeight - 6 - paneTop;
-    const int gridLeft = kMargin + treeWidthPx_ + kSliderWidth;
+    // In a narrow window the tree gives up width, down to a least one, so that the list keeps
+    // room for readable columns; the width the user gave it comes back when there is room.
+    const int roomForTree =
+        area.width() - 2 * kMargin - 2 * kSliderWidth - optionsWidthPx_ - kLeastGridWidth;
+    const int treeWidth = std::min(treeWidthPx_, std::max(kLeastTreeWidth, roomForTree));
+    const int gridLeft = kMargin + treeWidth + kSliderWidth;
     const int optionsLeft = area.width() - kMargin - optionsWidthPx_;
     const int gridWidth = std::max(0, optionsLeft - kSliderWidth - gridLeft);
 
@@ -542,8 +560,8 @@ void frmRemoveItems::placeControls() {
             c.height = toTwips(std::max(0, h));
         });
     };
-    set(QStringLiteral("trvFolders"), kMargin, paneTop, treeWidthPx_, paneHeight);
-    set(QStringLiteral("picSlider"), kMargin + treeWidthPx_, paneTop, kSliderWidth, paneHeight);
+    set(QStringLiteral("trvFolders"), kMargin, paneTop, treeWidth, paneHeight);
+    set(QStringLiteral("picSlider"), kMargin + treeWidth, paneTop, kSliderWidth, paneHeight);
     set(QStringLiteral("grdItems"), gridLeft, paneTop, gridWidth, paneHeight);
     set(QStringLiteral("picSlider2"), gridLeft + gridWidth, paneTop, kSliderWidth, paneHeight);
     set(QStringLiteral("frmOptions"), optionsLeft, paneTop - raise, optionsWidthPx_,
@@ -650,8 +668,7 @@ void frmRemoveItems::showMain() {
 
 void frmRemoveItems::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
-    // The window manager's frame is known only now; the window is made to fit once more.
-    QTimer::singleShot(0, this, [this] { fitToScreen(*this); });
+    fitToScreenOnceFramed(*this);
 }
 
 void frmRemoveItems::focusTree() {
@@ -772,16 +789,19 @@ bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {
             splitterHandlerRunning_ = true;
             first ? bars.picSlider_MouseUp() : bars.picSlider2_MouseUp();
             splitterHandlerRunning_ = false;
-            keepPaneWidths();
+            keepPaneWidths(first);
             return true;
         default:
             return false;
     }
 }
 
-void frmRemoveItems::keepPaneWidths() {
-    // Later resizes of the window lay the panes out from these.
-    treeWidthPx_ = toPixels(logic_->controls[QStringLiteral("trvFolders")].width);
+void frmRemoveItems::keepPaneWidths(bool treeMoved) {
+    // Later resizes of the window lay the panes out from these. The tree's width counts only
+    // when its own bar moved: a narrow window may have lent some of it to the list.
+    if (treeMoved) {
+        treeWidthPx_ = toPixels(logic_->controls[QStringLiteral("trvFolders")].width);
+    }
     optionsWidthPx_ = toPixels(logic_->controls[QStringLiteral("frmOptions")].width);
 }
 

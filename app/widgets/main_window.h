@@ -100,7 +100,7 @@ class frmRemoveItems : public QMainWindow,
     void showCurrentStore();
     void connectHelpMenu();
     bool sliderEvent(QFrame* slider, QEvent* event);
-    void keepPaneWidths();
+    void keepPaneWidths(bool treeMoved);
     // What's This mode: waits for the next click and names the control under it.
     std::optional<QString> pickControl();
 

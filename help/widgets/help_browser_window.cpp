@@ -9,6 +9,7 @@
 #include <cmath>
 
 #include "help/widgets/help_viewer_window.h"
+#include "help/widgets/screen_fit.h"
 
 namespace tf {
 
@@ -79,6 +80,11 @@ void frmHelpBrowser::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     toolBar_->resize(width(), toolBar_->height());
     logic_.Form_Resize();
+}
+
+void frmHelpBrowser::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    fitToScreenOnceFramed(*this);
 }
 
 void frmHelpBrowser::keyPressEvent(QKeyEvent* event) {

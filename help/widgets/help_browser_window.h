@@ -41,6 +41,7 @@ class frmHelpBrowser : public QWidget, public HelpBrowserWindow {
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
     QToolBar* buildToolBar();

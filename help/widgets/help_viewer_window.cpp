@@ -130,7 +130,7 @@ void frmHelpViewer::keyPressEvent(QKeyEvent* event) {
 
 void frmHelpViewer::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    fitToScreen(*this);
+    fitToScreenOnceFramed(*this);
 }
 
 QWidget* frmHelpViewer::contents() const {

@@ -1,6 +1,8 @@
 #include "help/widgets/screen_fit.h"
 
+#include <QPointer>
 #include <QScreen>
+#include <QTimer>
 #include <QWidget>
 #include <algorithm>
 
@@ -9,6 +11,7 @@ namespace tf {
 namespace {
 // What window managers commonly add around a window: a title bar and thin borders.
 const QMargins kAssumedFrame(4, 36, 4, 4);
+constexpr int kFramedAfterMs = 300;
 }  // namespace
 
 QRect fitWithin(const QRect& wanted, const QSize& minimum, const QRect& area,
@@ -32,8 +35,7 @@ void fitToScreen(QWidget& window) {
                    window.geometry().top() - window.frameGeometry().top(),
                    window.frameGeometry().right() - window.geometry().right(),
                    window.frameGeometry().bottom() - window.geometry().bottom());
-    if (frame.isNull() && window.windowFlags().testFlag(Qt::Window) &&
-        !window.testAttribute(Qt::WA_WState_Created)) {
+    if (frame.isNull() && window.isWindow()) {
         frame = kAssumedFrame;
     }
     const QRect area = screen->availableGeometry();
@@ -51,6 +53,16 @@ void fitToScreen(QWidget& window) {
         // A window's position is that of its frame.
         window.move(placed.topLeft() - QPoint(frame.left(), frame.top()));
     }
+}
+
+void fitToScreenOnceFramed(QWidget& window) {
+    fitToScreen(window);
+    // The window manager tells of its frame a little after the window is shown.
+    QTimer::singleShot(kFramedAfterMs, &window, [w = QPointer<QWidget>(&window)] {
+        if (w != nullptr && w->isVisible()) {
+            fitToScreen(*w);
+        }
+    });
 }
 
 QString shortTitle(const QString& title, int most) {
