@@ -1,6 +1,6 @@
 // Takes the pictures a person looks at before a release: the real window on a real (virtual)
 // display, with a window manager's frames, driven through the states people meet.
-//   tidyfold-screenshot-tour --store FILE --out DIR [--name PREFIX]
+//   tidyfold-screenshot-tour --store FILE --out DIR [--prefix PREFIX]
 // Used by scripts/screenshots.sh; it answers every question itself.
 #include <QAbstractItemModel>
 #include <QAction>
@@ -13,6 +13,8 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
+#include <QStyle>
+#include <QStyleOptionViewItem>
 #include <QTableView>
 #include <QTest>
 #include <QTextBlock>
@@ -65,6 +67,29 @@ QModelIndex folderIndex(const QAbstractItemModel& model, const QString& name,
         }
     }
     return {};
+}
+
+int countOf(const QModelIndex& index) {
+    const QString caption = index.data().toString();
+    const qsizetype open = caption.lastIndexOf(QStringLiteral("("));
+    return caption.mid(open + 1).chopped(1).toInt();
+}
+
+// The largest folder of the first store whose items fit into its Deleted Items (which refuses
+// to hold more than 16,383), so that the run is long enough to be seen.
+QModelIndex folderToClean(const QAbstractItemModel& model) {
+    const QModelIndex top = model.index(0, 0);
+    const QModelIndex deleted = folderIndex(model, QStringLiteral("Deleted Items"));
+    const int room = 16383 - (deleted.isValid() ? countOf(deleted) : 0);
+    QModelIndex best;
+    for (int row = 0; row < model.rowCount(top); ++row) {
+        const QModelIndex folder = model.index(row, 0, top);
+        const int count = countOf(folder);
+        if (folder != deleted && count <= room && (!best.isValid() || count > countOf(best))) {
+            best = folder;
+        }
+    }
+    return best;
 }
 
 // Answers the message boxes: OK or Yes, after a picture of the summary.
@@ -124,7 +149,7 @@ int main(int argc, char* argv[]) {
                                          QStringLiteral("file"));
     const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("folder"),
                                        QStringLiteral("dir"));
-    const QCommandLineOption nameOption(QStringLiteral("name"), QStringLiteral("prefix"),
+    const QCommandLineOption nameOption(QStringLiteral("prefix"), QStringLiteral("prefix"),
                                         QStringLiteral("prefix"));
     parser.addOptions({storeOption, outOption, nameOption});
     parser.process(app);
@@ -143,10 +168,19 @@ int main(int argc, char* argv[]) {
     }
     shot(QStringLiteral("1-main-window"));
 
-    // A run: the Inbox ticked, Clean pressed, every question answered Yes.
+    // A run: a large folder ticked, Clean pressed, every question answered Yes.
     QTreeView* tree = window.folderView();
-    const QModelIndex inbox = folderIndex(*tree->model(), QStringLiteral("Inbox"));
-    tree->model()->setData(inbox, Qt::Checked, Qt::CheckStateRole);
+    const QModelIndex inbox = folderToClean(*tree->model());
+    // Ticked as a user does, on the check box the style draws.
+    tree->scrollTo(inbox);
+    QStyleOptionViewItem option;
+    option.initFrom(tree);
+    option.rect = tree->visualRect(inbox);
+    option.features |= QStyleOptionViewItem::HasCheckIndicator;
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {},
+                      tree->style()
+                          ->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree)
+                          .center());
     bool runShot = false;
     QTimer watch;
     watch.setInterval(0);
