@@ -67,6 +67,18 @@ const QStringList kPlacedControls = {
     QStringLiteral("picSlider2"),      QStringLiteral("frmOptions"), QStringLiteral("cmdRun"),
     QStringLiteral("lblCurrentFolder")};
 
+// The classic shift state of a click: 1 Shift, 2 Ctrl.
+int shiftState(Qt::KeyboardModifiers modifiers) {
+    int shift = 0;
+    if ((modifiers & Qt::ShiftModifier) != 0) {
+        shift |= RowSelection::kShift;
+    }
+    if ((modifiers & Qt::ControlModifier) != 0) {
+        shift |= RowSelection::kCtrl;
+    }
+    return shift;
+}
+
 // The views that show a run's progress are disabled during it, so that nothing in them can be
 // changed, but they must stay readable: they keep their enabled colours.
 void keepReadableWhenDisabled(QWidget* widget) {
@@ -734,10 +746,23 @@ bool frmRemoveItems::eventFilter(QObject* watched, QEvent* event) {
         }
     }
     if (watched == grdItems_ && event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
+        const auto* press = static_cast<QKeyEvent*>(event);
+        const int key = press->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
             logic_->itemDisplay.grdItems_KeyPress(ItemDisplay::kEnter,
                                                   grdItems_->currentIndex().row() + 1);
+            return true;
+        }
+        if (key == Qt::Key_Space && grdItems_->currentIndex().isValid()) {
+            // Space picks the current row as a click on it would, Shift and Ctrl included.
+            const QModelIndex current = grdItems_->currentIndex();
+            logic_->rows.grdItems_MouseUp(RowSelection::kLeftButton, shiftState(press->modifiers()),
+                                          current.row() + 1);
+            // The rows are repainted and sorted again, which loses the view's current row;
+            // the keyboard goes on from where it was.
+            if (!grdItems_->currentIndex().isValid() && current.row() < gridModel_->rowCount()) {
+                grdItems_->setCurrentIndex(gridModel_->index(current.row(), current.column()));
+            }
             return true;
         }
     }
@@ -758,14 +783,7 @@ void frmRemoveItems::gridMouseUp(const QMouseEvent& event) {
     } else if (event.button() == Qt::MiddleButton) {
         button = 4;
     }
-    int shift = 0;
-    if ((event.modifiers() & Qt::ShiftModifier) != 0) {
-        shift |= RowSelection::kShift;
-    }
-    if ((event.modifiers() & Qt::ControlModifier) != 0) {
-        shift |= RowSelection::kCtrl;
-    }
-    logic_->rows.grdItems_MouseUp(button, shift, gridRowAt(event));
+    logic_->rows.grdItems_MouseUp(button, shiftState(event.modifiers()), gridRowAt(event));
 }
 
 bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {

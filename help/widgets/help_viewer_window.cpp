@@ -261,7 +261,10 @@ void frmHelpViewer::markCurrentPage() {
     QHelpContentWidget* contentWidget = engine_->contentWidget();
     const QModelIndex index = contentWidget->indexOf(page_->source());
     if (index.isValid()) {
-        contentWidget->setCurrentIndex(index);
+        // Selected, not only current: the highlight is what the reader sees.
+        contentWidget->selectionModel()->setCurrentIndex(index,
+                                                         QItemSelectionModel::ClearAndSelect);
+        contentWidget->scrollTo(index);
     }
 }
 

@@ -561,6 +561,25 @@ TEST_F(WindowReach, EnterOpensTheRowTheArrowKeysMovedTo) {
     item->close();
 }
 
+TEST_F(WindowReach, WithSelectByRowSpacePicksTheRowTheArrowKeysReached) {
+    open();
+    tickInView(*tree, folderIndex(*tree->model(), QStringLiteral("Inbox")));
+    QTest::mouseClick(control<QCheckBox>("chkSelectByRow"), Qt::LeftButton, {},
+                      QPoint(8, control("chkSelectByRow")->height() / 2));
+    ASSERT_EQ(window->logic().controls.value(QStringLiteral("chkSelectByRow")), 1);
+    grid->setFocus();
+    grid->setCurrentIndex(grid->model()->index(0, 3));
+    QTest::keyClick(grid, Qt::Key_Down);
+    QTest::keyClick(grid, Qt::Key_Space);
+    QTest::keyClick(grid, Qt::Key_Down);
+    QTest::keyClick(grid, Qt::Key_Down);
+    QTest::keyClick(grid, Qt::Key_Space, Qt::ShiftModifier);
+    const ItemsGrid& rows = window->logic().grid;
+    for (int r = 1; r < rows.Rows(); ++r) {
+        EXPECT_EQ(rows.row(r).mark, r >= 2 && r <= 4 ? '1' : '0') << "row " << r;
+    }
+}
+
 TEST_F(WindowReach, TheFocusedRowShowsAFrame) {
     open();
     window->activateWindow();
@@ -689,6 +708,22 @@ TEST_F(WindowReach, MessageBoxesAreWideEnoughForTheirTitle) {
     // Room for the title and a window manager's buttons beside it.
     EXPECT_GE(width, titleWidth + 150);
     EXPECT_GE(width, 320);
+
+    // A question naming a huge subject still fits the screen.
+    QRect box;
+    QRect area;
+    QTimer::singleShot(0, [&] {
+        if (auto* shown = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            box = shown->frameGeometry();
+            area = shown->screen()->availableGeometry();
+            shown->done(QMessageBox::Yes);
+        }
+    });
+    prompter.ask(
+        QStringLiteral("Delete \"") + QString(200 * 1024, QLatin1Char('x')) + QStringLiteral("\"?"),
+        Prompter::YesNo, QString());
+    EXPECT_LE(box.width(), area.width()) << text(box);
+    EXPECT_LE(box.height(), area.height()) << text(box);
 }
 
 }  // namespace
