@@ -16,6 +16,7 @@
 #include <QSplitter>
 #include <QStandardPaths>
 #include <QTabWidget>
+#include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -183,7 +184,12 @@ bool frmHelpViewer::open(const QString& helpFile) {
     connect(contentWidget, &QHelpContentWidget::linkActivated, this, &frmHelpViewer::showPage);
     connect(engine_->contentModel(), &QHelpContentModel::contentsCreated, this, [this] {
         engine_->contentWidget()->expandAll();
-        markCurrentPage();
+        // After the view has taken in the new contents, which resets its selection.
+        QTimer::singleShot(0, this, [this] {
+            if (engine_ != nullptr) {
+                markCurrentPage();
+            }
+        });
     });
     engine_->contentModel()->createContents(QString());
     engine_->indexModel()->createIndex(QString());

@@ -11,6 +11,7 @@
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
 #include <QHeaderView>
+#include <QHelpContentWidget>
 #include <QHelpEngine>
 #include <QHelpIndexWidget>
 #include <QHelpSearchEngine>
@@ -240,6 +241,13 @@ TEST_F(WindowReach, AClickOnALinkInTheManualOpensItsPageAndBackAndForwardReturn)
         2000));
     EXPECT_EQ(viewer->currentPage().scheme(), QStringLiteral("qthelp"));
     EXPECT_TRUE(viewer->page()->toPlainText().contains(QStringLiteral("16383")));
+    // The contents show which page this is.
+    auto* contents = qobject_cast<QHelpContentWidget*>(viewer->contents());
+    ASSERT_NE(contents, nullptr);
+    ASSERT_TRUE(eventually([&] {
+        const QModelIndexList selected = contents->selectionModel()->selectedIndexes();
+        return selected.size() == 1 && selected.first().data().toString() == "Safety checks";
+    }));
     // The manual's own page never goes to the desktop's browser; a web link does.
     EXPECT_EQ(desktop.opened, QList<QUrl>());
     emit viewer->page()->anchorClicked(QUrl(QStringLiteral("https://tidyfold.org/")));
