@@ -1,8 +1,16 @@
 #include "help/application_info.h"
 
 #include <QCoreApplication>
+#include <QDir>
 
 namespace tf {
+
+QString programFilesFolder(const QString& programFolder) {
+    // Installed, the data files live in share/tidyfold beside bin; in a build tree there is no
+    // such folder and they sit beside the program.
+    const QDir installed(QDir(programFolder).filePath(QStringLiteral(TIDYFOLD_DATA_FROM_PROGRAM)));
+    return installed.exists() ? installed.absolutePath() : programFolder;
+}
 
 ApplicationInfo tidyfoldApplication() {
     ApplicationInfo info;
@@ -17,7 +25,7 @@ ApplicationInfo tidyfoldApplication() {
         "store you cannot afford to lose.");
     info.HelpFile = QStringLiteral(TIDYFOLD_BUILD_HELP_FILE);
     if (QCoreApplication::instance() != nullptr) {
-        info.Path = QCoreApplication::applicationDirPath();
+        info.Path = programFilesFolder(QCoreApplication::applicationDirPath());
     }
     return info;
 }

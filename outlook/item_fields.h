@@ -18,6 +18,7 @@ struct ItemFields {
     OleDate modified = kNoDate;
     OleDate due = kNoDate;
     OleDate completed = kNoDate;
+    OleDate start = kNoDate;
     OleDate end = kNoDate;
     bool unread = false;
 };

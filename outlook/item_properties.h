@@ -20,6 +20,9 @@ inline bool hasReceivedTime(long c) {
 inline bool hasTaskDates(long c) {
     return c == olTask || (c >= olTaskRequest && c <= olTaskRequestDecline);
 }
+inline bool hasStart(long c) {
+    return c == olAppointment;
+}
 inline bool hasEnd(long c) {
     return c == olAppointment || c == olJournal;
 }

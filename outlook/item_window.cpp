@@ -77,6 +77,9 @@ ItemContent contentOf(const ItemFields& item) {
         add(QStringLiteral("Due"), dateText(item.due));
         add(QStringLiteral("Completed"), dateText(item.completed));
     }
+    if (hasStart(c)) {
+        add(QStringLiteral("Start"), dateText(item.start));
+    }
     if (hasEnd(c)) {
         add(QStringLiteral("End"), dateText(item.end));
     }

@@ -2,6 +2,7 @@
 # Installs the Debian packages Tidyfold needs that are not installed yet.
 #   scripts/setup.sh          what building and running needs
 #   scripts/setup.sh --tests  that, plus what the tests need
+#   scripts/setup.sh --screenshots  that, plus what scripts/screenshots.sh needs
 set -euo pipefail
 
 packages=(
@@ -11,8 +12,13 @@ packages=(
     libsqlite3-dev
     libgmime-3.0-dev
 )
-if [[ "${1:-}" == "--tests" ]]; then
-    packages+=(googletest libgtest-dev xvfb xauth)
+if [[ "${1:-}" == "--tests" || "${1:-}" == "--screenshots" ]]; then
+    # appstream and desktop-file-utils check the installed desktop files.
+    packages+=(googletest libgtest-dev xvfb xauth appstream desktop-file-utils)
+fi
+if [[ "${1:-}" == "--screenshots" ]]; then
+    # A real window manager draws the frames; sample senders have Chinese and Japanese names.
+    packages+=(openbox fonts-noto-cjk)
 fi
 
 missing=()

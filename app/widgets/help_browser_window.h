@@ -9,10 +9,13 @@
 #include "help/help_browser_logic.h"
 #include "settings/registry_routines.h"
 
+class QToolBar;
+
 namespace tf {
 
 // frmHelpBrowser: the program's own browser window for the on-line manual and the maker's site.
-// Its browser grows with the window, and the window's size is kept between runs.
+// Back and Forward stand above the page; the page grows with the window, and the window's size
+// is kept between runs.
 class frmHelpBrowser : public QWidget, public HelpBrowserWindow {
     Q_OBJECT
   public:
@@ -37,8 +40,13 @@ class frmHelpBrowser : public QWidget, public HelpBrowserWindow {
   protected:
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
+    QToolBar* buildToolBar();
+
+    QToolBar* toolBar_;
     WebBrowser* browser_;
     std::vector<std::unique_ptr<WidgetElasticControl>> controls_;
     Registry_Routines settings_;

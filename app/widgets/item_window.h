@@ -12,6 +12,12 @@ class frmItem : public QDialog {
     Q_OBJECT
   public:
     explicit frmItem(const outlook::ItemContent& content, QWidget* parent = nullptr);
+
+  protected:
+    // However long its fields, the window fits the screen.
+    void showEvent(QShowEvent* event) override;
+    // Esc and Ctrl+W close it.
+    void keyPressEvent(QKeyEvent* event) override;
 };
 
 // Opens each displayed item in a window of its own, as a mail program does.

@@ -36,18 +36,31 @@ QVariant ItemsGridModel::data(const QModelIndex& index, int role) const {
         return {};
     }
     const GridRow& row = grid_.row(r);
+    const bool removed = presentation_ != nullptr && presentation_->removed(row);
     switch (role) {
         case Qt::DisplayRole:
-            return col == 1 ? QVariant() : QVariant(grid_.TextMatrix(r, col));
+            return cellText(row, r, col);
+        case Qt::ToolTipRole:
+            if (presentation_ != nullptr && col >= 2 &&
+                grid_.header(col) == QLatin1String("Folder")) {
+                return presentation_->place(row.folder).path;
+            }
+            return {};
+        case Qt::ForegroundRole:
+            if (removed) {
+                return QBrush(removedColour());
+            }
+            return {};
         case Qt::CheckStateRole:
             if (col == 1) {
                 return row.mark == kRowMarked ? Qt::Checked : Qt::Unchecked;
             }
             return {};
         case Qt::FontRole:
-            if (row.bold) {
+            if (row.bold || removed) {
                 QFont font;
-                font.setBold(true);
+                font.setBold(row.bold);
+                font.setItalic(removed);
                 return font;
             }
             return {};
@@ -59,6 +72,29 @@ QVariant ItemsGridModel::data(const QModelIndex& index, int role) const {
         default:
             return {};
     }
+}
+
+QVariant ItemsGridModel::cellText(const GridRow& row, int r, int col) const {
+    if (col == 1) {
+        return {};
+    }
+    if (presentation_ == nullptr || col < 2) {
+        return grid_.TextMatrix(r, col);
+    }
+    QString text =
+        presentation_->removed(row) ? presentation_->shownText(row, col) : grid_.TextMatrix(r, col);
+    // Two stores each have an Inbox: the folder's store goes beside its name.
+    if (grid_.header(col) == QLatin1String("Folder") && presentation_->severalStores()) {
+        const QString store = presentation_->place(row.folder).store;
+        if (!store.isEmpty()) {
+            text += QStringLiteral("  (") + store + QLatin1Char(')');
+        }
+    }
+    return text;
+}
+
+QColor ItemsGridModel::removedColour() {
+    return QColor(0x59, 0x59, 0x59);
 }
 
 QVariant ItemsGridModel::headerData(int section, Qt::Orientation orientation, int role) const {

@@ -16,10 +16,14 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QStatusBar>
+#include <QStyledItemDelegate>
 #include <QTableView>
+#include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
 #include <cmath>
@@ -31,6 +35,7 @@
 #include "app/widgets/help_viewer_window.h"
 #include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
+#include "app/widgets/screen_fit.h"
 
 namespace tf {
 
@@ -41,6 +46,12 @@ constexpr int kMargin = 6;
 constexpr int kLabelHeight = 22;
 constexpr int kSliderWidth = 5;
 constexpr int kButtonHeight = 34;
+// The size the window opens at when the screen has room, and the least at which every control
+// stays readable (the options scroll below their natural height).
+constexpr QSize kFirstSize(1180, 760);
+constexpr QSize kMinimumSize(800, 540);
+constexpr int kLeastGridWidth = 340;
+constexpr int kLeastTreeWidth = 150;
 
 int toPixels(double twips) {
     return static_cast<int>(std::lround(twips / kTwipsPerPixel));
@@ -56,6 +67,31 @@ const QStringList kPlacedControls = {
     QStringLiteral("picSlider2"),      QStringLiteral("frmOptions"), QStringLiteral("cmdRun"),
     QStringLiteral("lblCurrentFolder")};
 
+// The classic shift state of a click: 1 Shift, 2 Ctrl.
+int shiftState(Qt::KeyboardModifiers modifiers) {
+    int shift = 0;
+    if ((modifiers & Qt::ShiftModifier) != 0) {
+        shift |= RowSelection::kShift;
+    }
+    if ((modifiers & Qt::ControlModifier) != 0) {
+        shift |= RowSelection::kCtrl;
+    }
+    return shift;
+}
+
+// The views that show a run's progress are disabled during it, so that nothing in them can be
+// changed, but they must stay readable: they keep their enabled colours.
+void keepReadableWhenDisabled(QWidget* widget) {
+    QPalette palette = widget->palette();
+    for (const QPalette::ColorRole role :
+         {QPalette::Text, QPalette::WindowText, QPalette::ButtonText, QPalette::Base,
+          QPalette::AlternateBase, QPalette::Window, QPalette::Button, QPalette::Highlight,
+          QPalette::HighlightedText}) {
+        palette.setColor(QPalette::Disabled, role, palette.color(QPalette::Active, role));
+    }
+    widget->setPalette(palette);
+}
+
 QFrame* makeSlider(QWidget* parent, const QString& name) {
     auto* slider = new QFrame(parent);
     slider->setObjectName(name);
@@ -65,6 +101,51 @@ QFrame* makeSlider(QWidget* parent, const QString& name) {
     slider->setCursor(Qt::SplitHCursor);
     return slider;
 }
+
+// Draws a frame around the whole current row while the list has the keyboard, so that a keyboard
+// user sees which row Enter opens; the list's own highlight is switched off for the program's
+// row painting.
+class RowFocusDelegate : public QStyledItemDelegate {
+  public:
+    explicit RowFocusDelegate(QTableView* view) : QStyledItemDelegate(view), view_(view) {}
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        QStyleOptionViewItem plain(option);
+        plain.state &= ~QStyle::State_HasFocus;  // the row's frame replaces the cell's
+        QStyledItemDelegate::paint(painter, plain, index);
+        if (index.row() != view_->currentIndex().row() || view_->window()->focusWidget() != view_) {
+            return;
+        }
+        painter->save();
+        // The list's own highlight colours are switched off; the text colour reads on every
+        // row background.
+        painter->setPen(QPen(option.palette.color(QPalette::Active, QPalette::Text), 2));
+        const QRect r = option.rect.adjusted(0, 1, 0, -1);
+        painter->drawLine(r.topLeft(), r.topRight());
+        painter->drawLine(r.bottomLeft(), r.bottomRight());
+        const QHeaderView* header = view_->horizontalHeader();
+        const int visual = header->visualIndex(index.column());
+        bool first = true;
+        bool last = true;
+        for (int v = 0; v < header->count(); ++v) {
+            if (!header->isSectionHidden(header->logicalIndex(v))) {
+                first = first && v >= visual;
+                last = v <= visual;
+            }
+        }
+        if (first) {
+            painter->drawLine(r.topLeft() + QPoint(1, 0), r.bottomLeft() + QPoint(1, 0));
+        }
+        if (last) {
+            painter->drawLine(r.topRight(), r.bottomRight());
+        }
+        painter->restore();
+    }
+
+  private:
+    QTableView* view_;
+};
 
 }  // namespace
 
@@ -93,8 +174,9 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     outlook::setItemWindow(&itemWindows_);
     picSlider_->installEventFilter(this);
     picSlider2_->installEventFilter(this);
-    setMinimumWidth(640);
-    resize(1180, 760);
+    setMinimumSize(kMinimumSize);
+    resize(kFirstSize);
+    fitToScreen(*this);
     placeControls();
 }
 
@@ -161,6 +243,8 @@ void frmRemoveItems::buildControls() {
     trvFolders_->setUniformRowHeights(true);
     treeModel_ = new FolderTreeModel(logic_->tree, this);
     trvFolders_->setModel(treeModel_);
+    // The tree shows which folder a run is cleaning ("<<<<").
+    keepReadableWhenDisabled(trvFolders_);
     connectTree();
 
     grdItems_ = new QTableView(central);
@@ -174,7 +258,18 @@ void frmRemoveItems::buildControls() {
     grdItems_->horizontalHeader()->setSectionsClickable(true);
     grdItems_->horizontalHeader()->setSortIndicatorShown(true);
     gridModel_ = new ItemsGridModel(logic_->grid, this);
+    presentation_ = std::make_unique<RowPresentation>(logic_->records, logic_->gridLogic);
+    gridModel_->setPresentation(presentation_.get());
     grdItems_->setModel(gridModel_);
+    // Tab moves on to the next control; the arrow keys move within the list.
+    grdItems_->setTabKeyNavigation(false);
+    grdItems_->setItemDelegate(new RowFocusDelegate(grdItems_));
+    keepReadableWhenDisabled(grdItems_);
+    keepReadableWhenDisabled(grdItems_->horizontalHeader());
+    // The arrow keys move the focus frame only: Enter opens the row last pressed, and Space
+    // presses the focused row, as a click would.
+    connect(grdItems_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this] { grdItems_->viewport()->update(); });
     grdItems_->viewport()->installEventFilter(this);
     grdItems_->installEventFilter(this);
     connect(gridModel_, &QAbstractItemModel::modelReset, this, [this] { applyColumnWidths(); });
@@ -195,6 +290,14 @@ void frmRemoveItems::buildControls() {
     QFont labelFont = lblCurrentFolder_->font();
     labelFont.setBold(true);
     lblCurrentFolder_->setFont(labelFont);
+    keepReadableWhenDisabled(lblCurrentFolder_);
+
+    // Which store the current folder belongs to, when several are open; the label's own
+    // caption is the logic's.
+    lblCurrentStore_ = new QLabel(central);
+    lblCurrentStore_->setObjectName(QStringLiteral("lblCurrentStore"));
+    lblCurrentStore_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    lblCurrentStore_->hide();
 
     frmOptions_ = buildOptionsFrame();
     frmOptions_->setParent(central);
@@ -224,7 +327,7 @@ void frmRemoveItems::buildControls() {
         widgets_.insert(widget->objectName(), widget);
     }
     for (QWidget* widget : frmOptions_->findChildren<QWidget*>()) {
-        if (!widget->objectName().isEmpty()) {
+        if (controlNamed(widget->objectName())) {
             widgets_.insert(widget->objectName(), widget);
         }
     }
@@ -233,11 +336,21 @@ void frmRemoveItems::buildControls() {
 QGroupBox* frmRemoveItems::buildOptionsFrame() {
     auto* frame = new QGroupBox(QStringLiteral("Options"));
     frame->setObjectName(QStringLiteral("frmOptions"));
-    auto* layout = new QVBoxLayout(frame);
+    // In a window lower than the options' natural height they scroll instead of overlapping.
+    auto* outer = new QVBoxLayout(frame);
+    outer->setContentsMargins(0, 0, 0, 0);
+    auto* scroll = new QScrollArea(frame);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    auto* content = new QWidget;
+    scroll->viewport()->setAutoFillBackground(false);
+    content->setAutoFillBackground(false);
+    auto* layout = new QVBoxLayout(content);
     layout->setSpacing(3);
 
     const auto heading = [&](const QString& name, const QString& text) {
-        auto* label = new QLabel(text, frame);
+        auto* label = new QLabel(text, content);
         label->setObjectName(name);
         QFont font = label->font();
         font.setBold(true);
@@ -245,13 +358,13 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
         layout->addWidget(label);
     };
     const auto check = [&](const QString& name, const QString& text, QLayout* into = nullptr) {
-        auto* box = new QCheckBox(text, frame);
+        auto* box = new QCheckBox(text, content);
         box->setObjectName(name);
         (into != nullptr ? into : layout)->addWidget(box);
         return box;
     };
     const auto line = [&](const QString& name) {
-        auto* rule = new QFrame(frame);
+        auto* rule = new QFrame(content);
         rule->setObjectName(name);
         rule->setFrameShape(QFrame::HLine);
         rule->setFrameShadow(QFrame::Sunken);
@@ -280,7 +393,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
 
     auto* dateRow = new QHBoxLayout;
     check(QStringLiteral("chkSelectDate"), QStringLiteral("Older Than"), dateRow);
-    auto* date = new QDateEdit(frame);
+    auto* date = new QDateEdit(content);
     date->setObjectName(QStringLiteral("dtpCutoffDate"));
     date->setCalendarPopup(true);
     date->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
@@ -288,7 +401,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     layout->addLayout(dateRow);
 
     check(QStringLiteral("chkSelectSubject"), QStringLiteral("Subject"));
-    auto* subject = new QLineEdit(frame);
+    auto* subject = new QLineEdit(content);
     subject->setObjectName(QStringLiteral("txtSelectSubject"));
     layout->addWidget(subject);
     auto* matchRow = new QHBoxLayout;
@@ -299,7 +412,7 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     check(QStringLiteral("chkSelectType"), QStringLiteral("Item Types"));
     auto* types = new QGridLayout;
     for (std::size_t i = 0; i < kTypeBoxes.size(); ++i) {
-        auto* box = new QCheckBox(QLatin1String(kTypeBoxes[i].caption), frame);
+        auto* box = new QCheckBox(QLatin1String(kTypeBoxes[i].caption), content);
         box->setObjectName(controlName(kTypeBoxes[i].control));
         const int position = static_cast<int>(i);
         types->addWidget(box, position / 2, position % 2);
@@ -307,6 +420,8 @@ QGroupBox* frmRemoveItems::buildOptionsFrame() {
     types->setContentsMargins(18, 0, 0, 0);
     layout->addLayout(types);
     layout->addStretch(1);
+    scroll->setWidget(content);
+    outer->addWidget(scroll);
     return frame;
 }
 
@@ -439,12 +554,18 @@ void frmRemoveItems::placeControls() {
     // 85 twips higher, and the label spans the grid and the options.
     const QSize area = centralWidget()->size();
     const int bottom = area.height() - kMargin;
-    const int paneTop = kMargin + kLabelHeight + 2;
+    const int raise = toPixels(85);
+    // Low enough that the raised options frame starts below the label.
+    const int paneTop = kMargin + kLabelHeight + raise + 2;
     const int paneHeight = bottom - kButtonHeight - 6 - paneTop;
-    const int gridLeft = kMargin + treeWidthPx_ + kSliderWidth;
+    // In a narrow window the tree gives up width, down to a least one, so that the list keeps
+    // room for readable columns; the width the user gave it comes back when there is room.
+    const int roomForTree =
+        area.width() - 2 * kMargin - 2 * kSliderWidth - optionsWidthPx_ - kLeastGridWidth;
+    const int treeWidth = std::min(treeWidthPx_, std::max(kLeastTreeWidth, roomForTree));
+    const int gridLeft = kMargin + treeWidth + kSliderWidth;
     const int optionsLeft = area.width() - kMargin - optionsWidthPx_;
     const int gridWidth = std::max(0, optionsLeft - kSliderWidth - gridLeft);
-    const int raise = toPixels(85);
 
     const auto set = [this](Control control, int x, int y, int w, int h) {
         logic_->controls.update(control, [&](ControlState& c) {
@@ -454,8 +575,8 @@ void frmRemoveItems::placeControls() {
             c.height = toTwips(std::max(0, h));
         });
     };
-    set(Control::trvFolders, kMargin, paneTop, treeWidthPx_, paneHeight);
-    set(Control::picSlider, kMargin + treeWidthPx_, paneTop, kSliderWidth, paneHeight);
+    set(Control::trvFolders, kMargin, paneTop, treeWidth, paneHeight);
+    set(Control::picSlider, kMargin + treeWidth, paneTop, kSliderWidth, paneHeight);
     set(Control::grdItems, gridLeft, paneTop, gridWidth, paneHeight);
     set(Control::picSlider2, gridLeft + gridWidth, paneTop, kSliderWidth, paneHeight);
     set(Control::frmOptions, optionsLeft, paneTop - raise, optionsWidthPx_, paneHeight + raise);
@@ -475,7 +596,10 @@ void frmRemoveItems::controlChanged(Control control) {
     if (widget == nullptr) {
         return;
     }
-    widget->setEnabled(c.enabled);
+    // The status bar shows a run's progress: it stays readable while the rest is disabled.
+    if (widget != statusBar()) {
+        widget->setEnabled(c.enabled);
+    }
     // A tooltip's "\r\n" is one line break.
     widget->setToolTip(QString(c.toolTip).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     if (name != QStringLiteral("sbStatusBar")) {
@@ -490,6 +614,7 @@ void frmRemoveItems::controlChanged(Control control) {
     }
     if (name == QStringLiteral("lblCurrentFolder")) {
         lblCurrentFolder_->setText(c.caption);
+        showCurrentStore();
     } else if (widget == cmdRun_) {
         if (!c.caption.isEmpty()) {
             cmdRun_->setText(c.caption);
@@ -513,6 +638,25 @@ void frmRemoveItems::controlChanged(Control control) {
     }
 }
 
+void frmRemoveItems::showCurrentStore() {
+    const int node = logic_->flags.CurrentNodeIndex;
+    FolderPlace place;
+    if (presentation_ != nullptr && presentation_->severalStores() && node >= 1 &&
+        node <= logic_->tree.count()) {
+        place = presentation_->place(logic_->tree.node(node).Tag.toInt());
+    }
+    lblCurrentStore_->setText(place.store);
+    lblCurrentStore_->setToolTip(place.path);
+    lblCurrentStore_->setVisible(!place.store.isEmpty());
+    // At the right end of the label's line, in the room its caption leaves.
+    const QRect line = lblCurrentFolder_->geometry();
+    const int captionWidth =
+        lblCurrentFolder_->fontMetrics().horizontalAdvance(lblCurrentFolder_->text()) + 24;
+    lblCurrentStore_->setGeometry(line.left() + captionWidth, line.top(),
+                                  std::max(0, line.width() - captionWidth), line.height());
+    lblCurrentStore_->raise();
+}
+
 void frmRemoveItems::syncExpansion(int node) {
     if (node < 1 || node > logic_->tree.count()) {
         return;
@@ -530,9 +674,15 @@ void frmRemoveItems::showMain() {
     for (int node = 1; node <= logic_->tree.count(); ++node) {
         syncExpansion(node);
     }
+    fitToScreen(*this);
     show();
     raise();
     activateWindow();
+}
+
+void frmRemoveItems::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    fitToScreenOnceFramed(*this);
 }
 
 void frmRemoveItems::focusTree() {
@@ -598,10 +748,25 @@ bool frmRemoveItems::eventFilter(QObject* watched, QEvent* event) {
         }
     }
     if (watched == grdItems_ && event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
+        const auto* press = static_cast<QKeyEvent*>(event);
+        const int key = press->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
             logic_->itemDisplay.grdItems_KeyPress(ItemDisplay::kEnter,
                                                   grdItems_->currentIndex().row() + 1);
+            return true;
+        }
+        if (key == Qt::Key_Space && grdItems_->currentIndex().isValid()) {
+            // Space is a click on the focused row: it becomes the row Enter opens, and with
+            // Select By Row it is picked as a click picks it, Shift and Ctrl included.
+            const QModelIndex current = grdItems_->currentIndex();
+            logic_->itemDisplay.grdItems_MouseDown(current.row() + 1);
+            logic_->rows.grdItems_MouseUp(RowSelection::kLeftButton, shiftState(press->modifiers()),
+                                          current.row() + 1);
+            // The rows are repainted and sorted again, which loses the view's current row;
+            // the keyboard goes on from where it was.
+            if (!grdItems_->currentIndex().isValid() && current.row() < gridModel_->rowCount()) {
+                grdItems_->setCurrentIndex(gridModel_->index(current.row(), current.column()));
+            }
             return true;
         }
     }
@@ -622,14 +787,7 @@ void frmRemoveItems::gridMouseUp(const QMouseEvent& event) {
     } else if (event.button() == Qt::MiddleButton) {
         button = 4;
     }
-    int shift = 0;
-    if ((event.modifiers() & Qt::ShiftModifier) != 0) {
-        shift |= RowSelection::kShift;
-    }
-    if ((event.modifiers() & Qt::ControlModifier) != 0) {
-        shift |= RowSelection::kCtrl;
-    }
-    logic_->rows.grdItems_MouseUp(button, shift, gridRowAt(event));
+    logic_->rows.grdItems_MouseUp(button, shiftState(event.modifiers()), gridRowAt(event));
 }
 
 bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {
@@ -653,16 +811,19 @@ bool frmRemoveItems::sliderEvent(QFrame* slider, QEvent* event) {
             splitterHandlerRunning_ = true;
             first ? bars.picSlider_MouseUp() : bars.picSlider2_MouseUp();
             splitterHandlerRunning_ = false;
-            keepPaneWidths();
+            keepPaneWidths(first);
             return true;
         default:
             return false;
     }
 }
 
-void frmRemoveItems::keepPaneWidths() {
-    // Later resizes of the window lay the panes out from these.
-    treeWidthPx_ = toPixels(logic_->controls[Control::trvFolders].width);
+void frmRemoveItems::keepPaneWidths(bool treeMoved) {
+    // Later resizes of the window lay the panes out from these. The tree's width counts only
+    // when its own bar moved: a narrow window may have lent some of it to the list.
+    if (treeMoved) {
+        treeWidthPx_ = toPixels(logic_->controls[Control::trvFolders].width);
+    }
     optionsWidthPx_ = toPixels(logic_->controls[Control::frmOptions].width);
 }
 
@@ -735,6 +896,8 @@ void frmRemoveItems::showHelpBrowser(const QString& address) {
         helpBrowser_ = new frmHelpBrowser(this);
     }
     helpBrowser_->WebBrowser1()->Navigate(QUrl(address));
+    // A size kept from a larger screen is made to fit this one.
+    fitToScreen(*helpBrowser_);
     helpBrowser_->show();
     helpBrowser_->raise();
     helpBrowser_->activateWindow();
@@ -746,6 +909,7 @@ void frmRemoveItems::showAbout() {
             logic_->help.application, logic_->homePage,
             [this](const QString& address) { showHelpBrowser(address); }, this);
     }
+    fitToScreen(*about_);
     about_->show();
     about_->raise();
     about_->activateWindow();

@@ -14,6 +14,7 @@
 #include "app/widgets/item_window.h"
 #include "app/widgets/qt_prompter.h"
 #include "app/widgets/qt_yield.h"
+#include "grid/row_presentation.h"
 #include "help/main_window_help.h"
 #include "layout/splitter_layout.h"
 #include "window/controls.h"
@@ -77,6 +78,7 @@ class frmRemoveItems : public QMainWindow,
   protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
@@ -94,9 +96,11 @@ class frmRemoveItems : public QMainWindow,
     int gridRowAt(const QMouseEvent& event) const;
     void applyColumnWidths();
     void syncExpansion(int node);
+    // Names the current folder's store beside the current-folder label.
+    void showCurrentStore();
     void connectHelpMenu();
     bool sliderEvent(QFrame* slider, QEvent* event);
-    void keepPaneWidths();
+    void keepPaneWidths(bool treeMoved);
     // What's This mode: waits for the next click and names the control under it.
     std::optional<QString> pickControl();
 
@@ -113,6 +117,8 @@ class frmRemoveItems : public QMainWindow,
     QFrame* picSlider2_ = nullptr;
     QGroupBox* frmOptions_ = nullptr;
     QLabel* lblCurrentFolder_ = nullptr;
+    QLabel* lblCurrentStore_ = nullptr;
+    std::unique_ptr<RowPresentation> presentation_;
     QPushButton* cmdRun_ = nullptr;
     FolderTreeModel* treeModel_ = nullptr;
     ItemsGridModel* gridModel_ = nullptr;

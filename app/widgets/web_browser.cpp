@@ -1,5 +1,6 @@
 #include "app/widgets/web_browser.h"
 
+#include <QDesktopServices>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QScrollBar>
@@ -30,6 +31,33 @@ WebBrowser::WebBrowser(QWidget* parent) : QTextBrowser(parent) {
 }
 
 void WebBrowser::Navigate(const QUrl& address) {
+    if (!address_.isEmpty() && address_ != address) {
+        backward_.append(address_);
+    }
+    forward_.clear();
+    load(address);
+    emit historyChanged();
+}
+
+void WebBrowser::back() {
+    if (backward_.isEmpty()) {
+        return;
+    }
+    forward_.append(address_);
+    load(backward_.takeLast());
+    emit historyChanged();
+}
+
+void WebBrowser::forward() {
+    if (forward_.isEmpty()) {
+        return;
+    }
+    backward_.append(address_);
+    load(forward_.takeLast());
+    emit historyChanged();
+}
+
+void WebBrowser::load(const QUrl& address) {
     if (page_ != nullptr) {
         page_->abort();
     }
@@ -72,6 +100,10 @@ void WebBrowser::followLink(const QUrl& link) {
     const QUrl target = address_.resolved(link);
     if (target.matches(address_, QUrl::RemoveFragment) && target.hasFragment()) {
         scrollToAnchor(target.fragment());
+        return;
+    }
+    if (target.scheme() == QLatin1String("mailto")) {
+        QDesktopServices::openUrl(target);
         return;
     }
     Navigate(target);

@@ -19,10 +19,16 @@ class WebBrowser : public QTextBrowser {
   public:
     explicit WebBrowser(QWidget* parent = nullptr);
 
+    // Opens the page, which becomes the newest in the history.
     void Navigate(const QUrl& address);
     const QUrl& address() const { return address_; }
+    bool canGoBack() const { return !backward_.isEmpty(); }
+    bool canGoForward() const { return !forward_.isEmpty(); }
+    void back();
+    void forward();
 
   signals:
+    void historyChanged();
     // The page has arrived (ok) or could not be had.
     void pageLoaded(const QUrl& address, bool ok);
 
@@ -33,10 +39,13 @@ class WebBrowser : public QTextBrowser {
     void pageArrived(QNetworkReply* reply);
     void imageArrived(QNetworkReply* reply);
     void followLink(const QUrl& link);
+    void load(const QUrl& address);
 
     QNetworkAccessManager network_;
     QPointer<QNetworkReply> page_;
     QUrl address_;
+    QList<QUrl> backward_;  // the pages before this one, the latest last
+    QList<QUrl> forward_;   // the pages gone back from, the nearest last
     QString html_;
     QHash<QUrl, QByteArray> images_;
     QSet<QUrl> pendingImages_;

@@ -84,6 +84,11 @@ RowPtr readRow(const Statement& s, int first) {
     row->due = dateAt(s, first + 10);
     row->completed = dateAt(s, first + 11);
     row->end = dateAt(s, first + 12);
+    // An appointment has no received time; the file keeps its start in that column.
+    if (row->itemClass == outlook::olAppointment) {
+        row->start = row->received;
+        row->received = kNoDate;
+    }
     row->unread = s.int64(first + 13) != 0;
     return row;
 }

@@ -245,6 +245,7 @@ class Generator {
                 break;
             case olAppointment:
                 item.subject = random_.pick(kMeetings);
+                item.received = when;  // the start, kept where an appointment has no other use
                 item.end = when + (1 + random_.below(8)) / 24.0;
                 break;
             case olContact:

@@ -4,9 +4,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <map>
 
+#include "help/application_info.h"
 #include "tests/support/scripted_prompter.h"
 
 namespace tf::testing {
@@ -99,6 +101,23 @@ TEST_F(HtmlHelp, WithoutABuildTheFileNextToTheProgramIsUsed) {
     help.Show_Help();
     EXPECT_EQ(viewer.calls, QStringList{QStringLiteral("contents:") + installed});
     EXPECT_TRUE(prompter.shown().empty());
+}
+
+TEST_F(HtmlHelp, AnInstalledProgramFindsTheManualInItsDataFolder) {
+    // PREFIX/bin/tidyfold and PREFIX/share/tidyfold/tidyfold.qch, as cmake --install lays out.
+    QDir().mkpath(dir.filePath(QStringLiteral("prefix/bin")));
+    const QString installed =
+        makeFile(dir.filePath(QStringLiteral("prefix/share/tidyfold/tidyfold.qch")));
+    application.HelpFile = QStringLiteral("/nonexistent/build/help/tidyfold.qch");
+    application.Path = programFilesFolder(dir.filePath(QStringLiteral("prefix/bin")));
+    help.Set_Help_File(form);
+    EXPECT_EQ(QFileInfo(help.helpFile()).canonicalFilePath(),
+              QFileInfo(installed).canonicalFilePath());
+
+    // A program with no data folder beside it looks next to itself.
+    QDir().mkpath(dir.filePath(QStringLiteral("alone")));
+    EXPECT_EQ(programFilesFolder(dir.filePath(QStringLiteral("alone"))),
+              dir.filePath(QStringLiteral("alone")));
 }
 
 TEST_F(HtmlHelp, NoHelpFileAnywhereIsSaidAndTheViewerIsNeverCalled) {
