@@ -2,6 +2,7 @@
 
 #include "app/window_parts.h"
 #include "outlook/folder_tree_builder.h"
+#include "outlook/item_window.h"
 
 namespace tf {
 
@@ -12,6 +13,9 @@ class ItemDisplay {
     static constexpr int kEnter = 13;
 
     ItemDisplay(WindowParts parts, FolderTreeBuilder& builder) : w_(parts), builder_(builder) {}
+
+    // The window items open in; none until the program hands one over.
+    void setItemWindow(outlook::ItemWindow* window) { window_ = window; }
 
     // The grid's mouse-down: the row under the pointer becomes the current row.
     void grdItems_MouseDown(int row) { CurrentRow = row; }
@@ -25,6 +29,7 @@ class ItemDisplay {
   private:
     WindowParts w_;
     FolderTreeBuilder& builder_;
+    outlook::ItemWindow* window_ = nullptr;
 };
 
 }  // namespace tf

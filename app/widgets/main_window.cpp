@@ -87,7 +87,7 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     logic_->help.attach(*helpViewer_, *this);
     logic_->help.form.pickControl = [this] { return pickControl(); };
     connectHelpMenu();
-    outlook::setItemWindow(&itemWindows_);
+    logic_->itemDisplay.setItemWindow(&itemWindows_);
     picSlider_->installEventFilter(this);
     picSlider2_->installEventFilter(this);
     setMinimumWidth(640);
@@ -101,7 +101,7 @@ frmRemoveItems::~frmRemoveItems() {
     logic_->controls.setObserver(nullptr);
     logic_->status.setObserver(nullptr);
     logic_->splitters.setWindow(nullptr);
-    outlook::setItemWindow(nullptr);
+    logic_->itemDisplay.setItemWindow(nullptr);
     trvFolders_->setModel(nullptr);
     delete treeModel_;
     grdItems_->setModel(nullptr);

@@ -11,20 +11,12 @@
 #include "common/failure.h"
 #include "outlook/constants.h"
 #include "outlook/item_fields.h"
-#include "outlook/item_properties.h"
-#include "outlook/item_window.h"
 #include "store/local/schema.h"
 #include "store/local/sqlite_db.h"
 
 namespace tf::store::local {
 
 namespace {
-
-using outlook::hasEnd;
-using outlook::hasReceivedTime;
-using outlook::hasSender;
-using outlook::hasTaskDates;
-using outlook::notSupported;
 
 using outlook::FolderPtr;
 using outlook::FoldersPtr;
@@ -34,10 +26,6 @@ using outlook::ItemsPtr;
 // Rows are read in pages: a window loop over Items.Item(1..N) costs one query per page.
 constexpr long kPageSize = 512;
 constexpr std::size_t kRowCacheLimit = 4 * kPageSize;
-
-[[noreturn]] void outOfBounds() {
-    throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
-}
 
 [[noreturn]] void itemGone() {
     throw Failure(err::kAutomation,
@@ -189,7 +177,7 @@ class File : public std::enable_shared_from_this<File> {
         {
             FolderIndex& idx = index(folder);
             if (position < 0 || position >= idx.count()) {
-                outOfBounds();
+                outlook::indexOutOfBounds();
             }
             auto found = idx.rows.find(idx.at(position));
             if (found != idx.rows.end()) {
@@ -199,7 +187,7 @@ class File : public std::enable_shared_from_this<File> {
         sync();
         FolderIndex& idx = index(folder);
         if (position >= idx.count()) {
-            outOfBounds();
+            outlook::indexOutOfBounds();
         }
         const long first = position / kPageSize * kPageSize;
         const long last = std::min(first + kPageSize, idx.count()) - 1;
@@ -355,7 +343,7 @@ class File : public std::enable_shared_from_this<File> {
         sync();
         const long total = index(folder).count();
         if (position < 1 || position > total) {
-            outOfBounds();
+            outlook::indexOutOfBounds();
         }
         const qint64 seq = index(folder).at(position - 1);
         {
@@ -379,7 +367,7 @@ class File : public std::enable_shared_from_this<File> {
             Change change(*this);
             std::optional<FolderRow> child = childAt(parent, position);
             if (!child) {
-                outOfBounds();
+                outlook::indexOutOfBounds();
             }
             if (child->defaultFolder != 0) {
                 throw Failure(err::kAutomation,
@@ -509,70 +497,31 @@ class File : public std::enable_shared_from_this<File> {
 };
 using FilePtr = std::shared_ptr<File>;
 
-class LocalMapiObject : public outlook::MapiObject {
-  public:
-    explicit LocalMapiObject(RowPtr row) : row_(std::move(row)) {}
-    std::optional<QString> property(std::uint32_t tag) const override {
-        switch (tag) {
-            case outlook::PR_SENDER_NAME:
-            case 0x0C1A001F:
-                if (hasSender(row_->itemClass) && row_->hasSender) {
-                    return row_->sender;
-                }
-                return std::nullopt;
-            case 0x0037001E:  // PR_SUBJECT
-            case 0x0037001F:
-                return row_->subject;
-            default:
-                return std::nullopt;
-        }
-    }
-
-  private:
-    RowPtr row_;
-};
-
 FolderPtr makeFolder(const FilePtr& file, const FolderRow& row);
 
 class LocalItem : public outlook::Item {
   public:
     LocalItem(FilePtr file, RowPtr row) : file_(std::move(file)), row_(std::move(row)) {}
 
-    long Class() const override { return row_->itemClass; }
-    QString Subject() const override { return row_->subject; }
-    QString EntryID() const override { return row_->entryId; }
-    QString Body() const override { return row_->body; }
-    outlook::MapiObjectPtr MAPIOBJECT() const override {
-        return std::make_shared<LocalMapiObject>(row_);
-    }
-    OleDate ReceivedTime() const override {
-        if (!hasReceivedTime(row_->itemClass)) {
-            notSupported();
+  protected:
+    long doClass() const override { return row_->itemClass; }
+    QString doSubject() const override { return row_->subject; }
+    QString doEntryID() const override { return row_->entryId; }
+    QString doBody() const override { return row_->body; }
+    std::optional<QString> doSender() const override {
+        if (!row_->hasSender) {
+            return std::nullopt;
         }
-        return row_->received;
+        return row_->sender;
     }
-    OleDate LastModificationTime() const override { return row_->modified; }
-    OleDate DateCompleted() const override {
-        if (!hasTaskDates(row_->itemClass)) {
-            notSupported();
-        }
-        return row_->completed;
-    }
-    OleDate DueDate() const override {
-        if (!hasTaskDates(row_->itemClass)) {
-            notSupported();
-        }
-        return row_->due;
-    }
-    OleDate End() const override {
-        if (!hasEnd(row_->itemClass)) {
-            notSupported();
-        }
-        return row_->end;
-    }
-    bool UnRead() const override { return row_->unread; }
+    OleDate doReceivedTime() const override { return row_->received; }
+    OleDate doLastModificationTime() const override { return row_->modified; }
+    OleDate doDateCompleted() const override { return row_->completed; }
+    OleDate doDueDate() const override { return row_->due; }
+    OleDate doEnd() const override { return row_->end; }
+    bool doUnRead() const override { return row_->unread; }
 
-    FolderPtr Parent() const override {
+    FolderPtr doParent() const override {
         std::optional<qint64> folder = file_->folderOfItem(*row_);
         if (!folder) {
             itemGone();
@@ -584,9 +533,7 @@ class LocalItem : public outlook::Item {
         return makeFolder(file_, *row);
     }
 
-    void Delete() override { file_->deleteItem(*row_); }
-
-    void Display() override { outlook::displayItem(outlook::contentOf(*row_)); }
+    void doDelete() override { file_->deleteItem(*row_); }
 
   private:
     FilePtr file_;
@@ -596,14 +543,13 @@ class LocalItem : public outlook::Item {
 class LocalItems : public outlook::Items {
   public:
     LocalItems(FilePtr file, qint64 folder) : file_(std::move(file)), folder_(folder) {}
-    long Count() const override { return file_->count(folder_); }
-    ItemPtr Item(long index) const override {
-        if (index < 1) {
-            outOfBounds();
-        }
+
+  protected:
+    long doCount() const override { return file_->count(folder_); }
+    ItemPtr doItem(long index) const override {
         return std::make_shared<LocalItem>(file_, file_->rowAt(folder_, index - 1));
     }
-    void Remove(long index) override { file_->removeAt(folder_, index); }
+    void doRemove(long index) override { file_->removeAt(folder_, index); }
 
   private:
     FilePtr file_;
@@ -613,15 +559,17 @@ class LocalItems : public outlook::Items {
 class LocalFolders : public outlook::Folders {
   public:
     LocalFolders(FilePtr file, qint64 parent) : file_(std::move(file)), parent_(parent) {}
-    long Count() const override { return file_->childCount(parent_); }
-    FolderPtr Item(long index) const override {
+
+  protected:
+    long doCount() const override { return file_->childCount(parent_); }
+    FolderPtr doItem(long index) const override {
         std::optional<FolderRow> child = file_->childAt(parent_, index);
         if (!child) {
-            outOfBounds();
+            outlook::indexOutOfBounds();
         }
         return makeFolder(file_, *child);
     }
-    void Remove(long index) override { file_->removeChild(parent_, index); }
+    void doRemove(long index) override { file_->removeChild(parent_, index); }
 
   private:
     FilePtr file_;
