@@ -44,6 +44,13 @@ void indexOutOfBounds() {
     throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
 }
 
+void standardFolderNotRemovable(const QString& name) {
+    throw Failure(
+        err::kAutomation,
+        QStringLiteral("Cannot delete this folder. \"%1\" is a standard folder of the store.")
+            .arg(name));
+}
+
 MapiObjectPtr Item::MAPIOBJECT() const {
     std::optional<QString> sender;
     if (hasSender(Class())) {

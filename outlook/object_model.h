@@ -33,6 +33,8 @@ class ItemWindow;
 
 // The error every 1-based index outside 1..Count() raises.
 [[noreturn]] void indexOutOfBounds();
+// The error Folders::Remove raises for one of a store's standard folders, which stay.
+[[noreturn]] void standardFolderNotRemovable(const QString& name);
 
 // One item of any class: mail, appointment, contact, task, note, journal entry, meeting message.
 // The public members apply the rules every backend shares (which class has which date, the

@@ -370,10 +370,7 @@ class File : public std::enable_shared_from_this<File> {
                 outlook::indexOutOfBounds();
             }
             if (child->defaultFolder != 0) {
-                throw Failure(err::kAutomation,
-                              QStringLiteral("Cannot delete this folder. \"%1\" is a standard "
-                                             "folder of the store.")
-                                  .arg(child->name));
+                outlook::standardFolderNotRemovable(child->name);
             }
             {
                 Statement s = db.prepare(

@@ -97,7 +97,11 @@ class MemoryFolders : public outlook::Folders {
         return store_->wrap(folder_->folders[static_cast<std::size_t>(index - 1)]);
     }
     void doRemove(long index) override {
-        folder_->folders.erase(folder_->folders.begin() + (index - 1));
+        const auto doomed = folder_->folders.begin() + (index - 1);
+        if ((*doomed)->defaultFolderType != 0) {
+            outlook::standardFolderNotRemovable((*doomed)->name);
+        }
+        folder_->folders.erase(doomed);
     }
 
   private:
