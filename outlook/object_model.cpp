@@ -111,7 +111,7 @@ void Item::Display(ItemWindow& window) const {
 }
 
 ItemPtr Items::Item(long index) const {
-    checkIndex(index, Count());
+    checkIndex(index, doLastIndex());
     return doItem(index);
 }
 

@@ -94,8 +94,12 @@ class Items {
 
   protected:
     virtual long doCount() const = 0;
-    // index lies within 1..Count().
+    // The highest index Item accepts: Count(), unless the backend knows it at less cost than a
+    // fresh Count(), which may have to look for changes made elsewhere.
+    virtual long doLastIndex() const { return doCount(); }
+    // index lies within 1..doLastIndex().
     virtual ItemPtr doItem(long index) const = 0;
+    // index lies within 1..Count().
     virtual void doRemove(long index) = 0;
 };
 

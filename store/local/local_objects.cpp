@@ -60,6 +60,9 @@ class LocalItems : public outlook::Items {
 
   protected:
     long doCount() const override { return file_->count(folder_); }
+    // The positions already read, so that a loop over Item(1..Count()) does not look for changes
+    // made elsewhere at every item; rowAt looks when it reads the next page.
+    long doLastIndex() const override { return file_->knownCount(folder_); }
     ItemPtr doItem(long index) const override {
         return std::make_shared<LocalItem>(file_, file_->rowAt(folder_, index - 1));
     }

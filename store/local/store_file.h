@@ -25,6 +25,8 @@ class StoreFile {
     std::unordered_map<qint64, QString> storeIds;  // stores.id -> StoreID
 
     long count(qint64 folder);
+    // The count as last read, without looking for changes made elsewhere.
+    long knownCount(qint64 folder) { return positions(folder).count(); }
     ItemRowPtr rowAt(qint64 folder, long position);
     // Empty when the store holds no such item.
     ItemRowPtr itemByEntryId(qint64 store, const QString& entryId);
