@@ -1,5 +1,6 @@
 #include "grid/item_display.h"
 
+#include "common/failure.h"
 #include "common/text.h"
 
 namespace tf {
@@ -56,7 +57,10 @@ void ItemDisplay::Display_Current_Item() {
                             Prompter::OkOnly | Prompter::Critical);
             return;
         }
-        found->Display();
+        if (window_ == nullptr) {
+            throw Failure(err::kNotSupported, QStringLiteral("No item window is available."));
+        }
+        found->Display(*window_);
     });
 }
 

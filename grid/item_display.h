@@ -1,5 +1,6 @@
 #pragma once
 
+#include "outlook/item_window.h"
 #include "tree/folder_tree_builder.h"
 #include "window/window_parts.h"
 
@@ -13,6 +14,9 @@ class ItemDisplay {
 
     ItemDisplay(WindowParts parts, FolderTreeBuilder& builder) : w_(parts), builder_(builder) {}
 
+    // The window items open in; none until the program hands one over.
+    void setItemWindow(outlook::ItemWindow* window) { window_ = window; }
+
     // The grid's mouse-down: the row under the pointer becomes the current row.
     void grdItems_MouseDown(int row) { CurrentRow = row; }
     void grdItems_DblClick(int mouseRow);
@@ -25,6 +29,7 @@ class ItemDisplay {
   private:
     WindowParts w_;
     FolderTreeBuilder& builder_;
+    outlook::ItemWindow* window_ = nullptr;
 };
 
 }  // namespace tf

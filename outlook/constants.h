@@ -56,5 +56,9 @@ enum OlDefaultFolders : long {
 
 // The sender's display name, as an 8-bit string property.
 inline constexpr std::uint32_t PR_SENDER_NAME = 0x0C1A001E;
+// The same as a Unicode string, and the subject in both forms.
+inline constexpr std::uint32_t PR_SENDER_NAME_W = 0x0C1A001F;
+inline constexpr std::uint32_t PR_SUBJECT = 0x0037001E;
+inline constexpr std::uint32_t PR_SUBJECT_W = 0x0037001F;
 
 }  // namespace tf::outlook

@@ -6,7 +6,7 @@
 // Which properties an item class carries, as on the mail client's own item objects. Received
 // messages (mail, posts, reports, meeting messages) have ReceivedTime; tasks and task requests
 // DueDate and DateCompleted; appointments and journal entries End. Every class has
-// LastModificationTime. Every backend answers the same way.
+// LastModificationTime. Item's date getters apply these rules for every backend.
 namespace tf::outlook {
 
 inline bool hasSender(long c) {
@@ -31,15 +31,6 @@ inline bool hasEnd(long c) {
 [[noreturn]] inline void notSupported() {
     throw Failure(err::kNotSupported,
                   QStringLiteral("Object doesn't support this property or method"));
-}
-
-// The value when the class has the property; the late-bound failure when it has not.
-template <typename T>
-T ifSupported(bool has, T value) {
-    if (!has) {
-        notSupported();
-    }
-    return value;
 }
 
 }  // namespace tf::outlook

@@ -1,13 +1,10 @@
 #include "outlook/item_window.h"
 
-#include "common/failure.h"
 #include "outlook/item_properties.h"
 
 namespace tf::outlook {
 
 namespace {
-
-ItemWindow* registeredWindow = nullptr;
 
 QString className(long c) {
     switch (c) {
@@ -86,17 +83,6 @@ ItemContent contentOf(const ItemFields& item) {
     add(QStringLiteral("Modified"), dateText(item.modified));
     content.body = item.body;
     return content;
-}
-
-void setItemWindow(ItemWindow* window) {
-    registeredWindow = window;
-}
-
-void displayItem(const ItemContent& content) {
-    if (registeredWindow == nullptr) {
-        throw Failure(err::kNotSupported, QStringLiteral("No item window is available."));
-    }
-    registeredWindow->show(content);
 }
 
 }  // namespace tf::outlook

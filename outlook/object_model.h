@@ -29,49 +29,95 @@ class MapiObject {
 };
 using MapiObjectPtr = std::shared_ptr<const MapiObject>;
 
+class ItemWindow;
+
+// The error every 1-based index outside 1..Count() raises.
+[[noreturn]] void indexOutOfBounds();
+// The error Folders::Remove raises for one of a store's standard folders, which stay.
+[[noreturn]] void standardFolderNotRemovable(const QString& name);
+
 // One item of any class: mail, appointment, contact, task, note, journal entry, meeting message.
+// The public members apply the rules every backend shares (which class has which date, the
+// property tags, what the item window shows); a backend answers the protected do... members.
 class Item {
   public:
     virtual ~Item() = default;
 
-    virtual long Class() const = 0;
-    virtual QString Subject() const = 0;
-    virtual QString EntryID() const = 0;
-    virtual QString Body() const = 0;
-    virtual MapiObjectPtr MAPIOBJECT() const = 0;
+    long Class() const { return doClass(); }
+    QString Subject() const { return doSubject(); }
+    QString EntryID() const { return doEntryID(); }
+    QString Body() const { return doBody(); }
+    // Answers PR_SENDER_NAME and PR_SUBJECT, each as an 8-bit or a Unicode string.
+    MapiObjectPtr MAPIOBJECT() const;
     // Dates; kNoDate where the item has none. A class that lacks the property throws
     // Failure(err::kNotSupported), as the late-bound call on the real object would.
-    virtual OleDate ReceivedTime() const = 0;
-    virtual OleDate LastModificationTime() const = 0;
-    virtual OleDate DateCompleted() const = 0;
-    virtual OleDate DueDate() const = 0;
-    virtual OleDate End() const = 0;
-    virtual bool UnRead() const = 0;
+    OleDate ReceivedTime() const;
+    OleDate LastModificationTime() const { return doLastModificationTime(); }
+    OleDate DateCompleted() const;
+    OleDate DueDate() const;
+    OleDate End() const;
+    bool UnRead() const { return doUnRead(); }
     // The folder that holds the item now.
-    virtual FolderPtr Parent() const = 0;
+    FolderPtr Parent() const { return doParent(); }
     // Moves the item to the end of its store's "Deleted Items" folder; deletes it for good when it
     // already lies there.
-    virtual void Delete() = 0;
+    void Delete() { doDelete(); }
     // Opens the item in the read-only item window.
-    virtual void Display() = 0;
+    void Display(ItemWindow& window) const;
+
+  protected:
+    virtual long doClass() const = 0;
+    virtual QString doSubject() const = 0;
+    virtual QString doEntryID() const = 0;
+    virtual QString doBody() const = 0;
+    // The sender's display name; nothing when the item does not carry one. Asked only of the
+    // classes that have a sender.
+    virtual std::optional<QString> doSender() const = 0;
+    // Each date is asked only of the classes that have it.
+    virtual OleDate doReceivedTime() const = 0;
+    virtual OleDate doLastModificationTime() const = 0;
+    virtual OleDate doDateCompleted() const = 0;
+    virtual OleDate doDueDate() const = 0;
+    virtual OleDate doEnd() const = 0;
+    // An appointment's start, for the item window only; no other reader needs it.
+    virtual OleDate doStart() const { return kNoDate; }
+    virtual bool doUnRead() const = 0;
+    virtual FolderPtr doParent() const = 0;
+    virtual void doDelete() = 0;
 };
 
 class Items {
   public:
     virtual ~Items() = default;
-    virtual long Count() const = 0;
-    virtual ItemPtr Item(long index) const = 0;
+    long Count() const { return doCount(); }
+    ItemPtr Item(long index) const;
     // Deletes the index-th item for good.
-    virtual void Remove(long index) = 0;
+    void Remove(long index);
+
+  protected:
+    virtual long doCount() const = 0;
+    // The highest index Item accepts: Count(), unless the backend knows it at less cost than a
+    // fresh Count(), which may have to look for changes made elsewhere.
+    virtual long doLastIndex() const { return doCount(); }
+    // index lies within 1..doLastIndex().
+    virtual ItemPtr doItem(long index) const = 0;
+    // index lies within 1..Count().
+    virtual void doRemove(long index) = 0;
 };
 
 class Folders {
   public:
     virtual ~Folders() = default;
-    virtual long Count() const = 0;
-    virtual FolderPtr Item(long index) const = 0;
+    long Count() const { return doCount(); }
+    FolderPtr Item(long index) const;
     // Deletes the index-th folder for good, with its sub-folders and items.
-    virtual void Remove(long index) = 0;
+    void Remove(long index);
+
+  protected:
+    virtual long doCount() const = 0;
+    // index lies within 1..Count().
+    virtual FolderPtr doItem(long index) const = 0;
+    virtual void doRemove(long index) = 0;
 };
 
 class MAPIFolder {

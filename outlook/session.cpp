@@ -12,14 +12,13 @@ namespace {
 class StoreFolders : public outlook::Folders {
   public:
     explicit StoreFolders(std::shared_ptr<const Session> session) : session_(std::move(session)) {}
-    long Count() const override { return static_cast<long>(session_->stores().size()); }
-    FolderPtr Item(long index) const override {
-        if (index < 1 || index > Count()) {
-            throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
-        }
+
+  protected:
+    long doCount() const override { return static_cast<long>(session_->stores().size()); }
+    FolderPtr doItem(long index) const override {
         return session_->stores()[static_cast<std::size_t>(index - 1)]->TopFolder();
     }
-    void Remove(long) override {
+    void doRemove(long) override {
         throw Failure(err::kAutomation,
                       QStringLiteral("An information store cannot be deleted as a folder."));
     }

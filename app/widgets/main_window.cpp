@@ -171,7 +171,7 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
         return name ? controlNamed(*name) : std::nullopt;
     };
     connectHelpMenu();
-    outlook::setItemWindow(&itemWindows_);
+    logic_->itemDisplay.setItemWindow(&itemWindows_);
     picSlider_->installEventFilter(this);
     picSlider2_->installEventFilter(this);
     setMinimumSize(kMinimumSize);
@@ -186,7 +186,7 @@ frmRemoveItems::~frmRemoveItems() {
     logic_->controls.setObserver(nullptr);
     logic_->status.setObserver(nullptr);
     logic_->splitters.setWindow(nullptr);
-    outlook::setItemWindow(nullptr);
+    logic_->itemDisplay.setItemWindow(nullptr);
     trvFolders_->setModel(nullptr);
     delete treeModel_;
     grdItems_->setModel(nullptr);

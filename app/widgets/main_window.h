@@ -74,6 +74,8 @@ class frmRemoveItems : public QMainWindow,
     frmAbout* aboutWindow() const { return about_; }
     // The item window opened last by a double click or Enter in the grid.
     frmItem* itemWindow() const { return itemWindows_.last(); }
+    // Where items open, for an item's Display.
+    outlook::ItemWindow& itemWindows() { return itemWindows_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;

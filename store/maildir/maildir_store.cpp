@@ -13,9 +13,6 @@
 
 #include "common/failure.h"
 #include "outlook/constants.h"
-#include "outlook/item_fields.h"
-#include "outlook/item_properties.h"
-#include "outlook/item_window.h"
 #include "store/maildir/maildir_names.h"
 #include "store/maildir/maildir_tree.h"
 #include "store/maildir/message_headers.h"
@@ -32,10 +29,6 @@ using TreePtr = std::shared_ptr<MaildirTree>;
 
 // A whole message is read only to show it; a larger one is shown cut off.
 constexpr qsizetype kBodyLimit = 64 << 20;
-
-[[noreturn]] void outOfBounds() {
-    throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
-}
 
 [[noreturn]] void itemGone(const std::string& unique) {
     throw Failure(err::kAutomation,
@@ -120,28 +113,6 @@ QByteArray readWhole(int fd) {
     return message;
 }
 
-class MaildirMapiObject : public outlook::MapiObject {
-  public:
-    MaildirMapiObject(QString sender, QString subject)
-        : sender_(std::move(sender)), subject_(std::move(subject)) {}
-    std::optional<QString> property(std::uint32_t tag) const override {
-        switch (tag) {
-            case outlook::PR_SENDER_NAME:
-            case 0x0C1A001F:
-                return sender_;
-            case 0x0037001E:  // PR_SUBJECT
-            case 0x0037001F:
-                return subject_;
-            default:
-                return std::nullopt;
-        }
-    }
-
-  private:
-    QString sender_;
-    QString subject_;
-};
-
 FolderPtr makeFolder(const TreePtr& tree, const FolderNode& node);
 
 // The folder as it is now; fails, naming it, when it has been deleted since it was read.
@@ -158,25 +129,25 @@ class MaildirItem : public outlook::Item {
     MaildirItem(TreePtr tree, std::string folder, IndexEntry entry)
         : tree_(std::move(tree)), folder_(std::move(folder)), entry_(std::move(entry)) {}
 
-    long Class() const override { return outlook::olMail; }
-    QString Subject() const override { return data().subject; }
-    QString EntryID() const override { return entryIdOf(entry_.unique); }
-    QString Body() const override {
+  protected:
+    long doClass() const override { return outlook::olMail; }
+    QString doSubject() const override { return data().subject; }
+    QString doEntryID() const override { return entryIdOf(entry_.unique); }
+    QString doBody() const override {
         return withFile([](int fd, const std::string&) { return messageBodyText(readWhole(fd)); });
     }
-    outlook::MapiObjectPtr MAPIOBJECT() const override {
-        return std::make_shared<MaildirMapiObject>(data().sender, data().subject);
-    }
-    OleDate ReceivedTime() const override { return data().received; }
-    OleDate LastModificationTime() const override {
+    std::optional<QString> doSender() const override { return data().sender; }
+    OleDate doReceivedTime() const override { return data().received; }
+    OleDate doLastModificationTime() const override {
         return withFile([](int fd, const std::string&) { return modifiedTime(fd); });
     }
-    OleDate DateCompleted() const override { outlook::notSupported(); }
-    OleDate DueDate() const override { outlook::notSupported(); }
-    OleDate End() const override { outlook::notSupported(); }
-    bool UnRead() const override { return !isSeen(entry_.info); }
+    // Mail has none of these; the base refuses them before they are asked.
+    OleDate doDateCompleted() const override { return kNoDate; }
+    OleDate doDueDate() const override { return kNoDate; }
+    OleDate doEnd() const override { return kNoDate; }
+    bool doUnRead() const override { return !isSeen(entry_.info); }
 
-    FolderPtr Parent() const override {
+    FolderPtr doParent() const override {
         relocate();
         const FolderNode* node = tree_->folder(folder_);
         if (node == nullptr) {
@@ -185,7 +156,7 @@ class MaildirItem : public outlook::Item {
         return makeFolder(tree_, *node);
     }
 
-    void Delete() override {
+    void doDelete() override {
         std::optional<std::string> now = tree_->deleteMessage(folder_, entry_.unique);
         if (now) {
             folder_ = *now;
@@ -193,18 +164,6 @@ class MaildirItem : public outlook::Item {
                 entry_ = *entry;
             }
         }
-    }
-
-    void Display() override {
-        outlook::ItemFields fields;
-        fields.subject = data().subject;
-        fields.sender = data().sender;
-        fields.received = data().received;
-        fields.modified = LastModificationTime();
-        fields.itemClass = outlook::olMail;
-        fields.unread = UnRead();
-        fields.body = Body();
-        outlook::displayItem(outlook::contentOf(fields));
     }
 
   private:
@@ -255,20 +214,14 @@ class MaildirItems : public outlook::Items {
   public:
     MaildirItems(TreePtr tree, std::string folder)
         : tree_(std::move(tree)), folder_(std::move(folder)) {}
-    long Count() const override { return tree_->messages(folder_, false).count(); }
-    ItemPtr Item(long index) const override {
-        MessageIndex& messages = tree_->messages(folder_, false);
-        if (index < 1 || index > messages.count()) {
-            outOfBounds();
-        }
-        return std::make_shared<MaildirItem>(tree_, folder_, messages.at(index - 1));
+
+  protected:
+    long doCount() const override { return tree_->messages(folder_, false).count(); }
+    ItemPtr doItem(long index) const override {
+        return std::make_shared<MaildirItem>(tree_, folder_,
+                                             tree_->messages(folder_, false).at(index - 1));
     }
-    void Remove(long index) override {
-        if (index < 1 || index > Count()) {
-            outOfBounds();
-        }
-        tree_->removeAt(folder_, index - 1);
-    }
+    void doRemove(long index) override { tree_->removeAt(folder_, index - 1); }
 
   private:
     TreePtr tree_;
@@ -279,17 +232,16 @@ class MaildirFolders : public outlook::Folders {
   public:
     MaildirFolders(TreePtr tree, std::string parent, QString name)
         : tree_(std::move(tree)), parent_(std::move(parent)), name_(std::move(name)) {}
-    long Count() const override { return static_cast<long>(node().children.size()); }
-    FolderPtr Item(long index) const override {
+
+  protected:
+    long doCount() const override { return static_cast<long>(node().children.size()); }
+    FolderPtr doItem(long index) const override {
         const FolderNode& parent = node();
-        if (index < 1 || index > static_cast<long>(parent.children.size())) {
-            outOfBounds();
-        }
         // A copy: looking the child up may re-read the tree, which replaces the parent's node.
         const std::string key = parent.children[static_cast<std::size_t>(index - 1)];
         return makeFolder(tree_, existingFolder(*tree_, key, name_));
     }
-    void Remove(long index) override { tree_->removeFolder(parent_, index); }
+    void doRemove(long index) override { tree_->removeFolder(parent_, index); }
 
   private:
     const FolderNode& node() const { return existingFolder(*tree_, parent_, name_); }

@@ -221,7 +221,7 @@ int main(int argc, char* argv[]) {
     const tf::outlook::ItemsPtr calendar =
         stores.at(0)->GetDefaultFolder(tf::outlook::olFolderCalendar)->Items();
     if (calendar->Count() > 0) {
-        calendar->Item(1)->Display();
+        calendar->Item(1)->Display(window.itemWindows());
         shot(QStringLiteral("5-appointment"));
         window.itemWindow()->close();
     }

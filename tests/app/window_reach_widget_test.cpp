@@ -665,7 +665,7 @@ TEST_F(WindowReach, AnAppointmentsWindowShowsItsStart) {
         store::local::openLocalStores(storePath).at(0)->GetDefaultFolder(outlook::olFolderCalendar);
     const outlook::ItemsPtr items = calendar->Items();
     ASSERT_GT(items->Count(), 0);
-    items->Item(1)->Display();
+    items->Item(1)->Display(window->itemWindows());
     frmItem* item = window->itemWindow();
     ASSERT_NE(item, nullptr);
     auto* start = item->findChild<QLabel*>(QStringLiteral("fieldStart"));
@@ -685,7 +685,7 @@ TEST_F(WindowReach, AHugeSubjectGivesAWindowThatFitsTheScreen) {
     content.fields = {{QStringLiteral("From"), QStringLiteral("Ann")},
                       {QStringLiteral("Subject"), subject}};
     content.body = QStringLiteral("Hello");
-    outlook::displayItem(content);
+    window->itemWindows().show(content);
     frmItem* item = window->itemWindow();
     ASSERT_NE(item, nullptr);
     QApplication::processEvents();

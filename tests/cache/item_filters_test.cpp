@@ -149,21 +149,20 @@ TEST_F(ItemFilterTest, EveryFilterThatIsOnMustLetTheItemThrough) {
 }
 
 class FailingUnread : public outlook::Item {
-  public:
-    long Class() const override { return outlook::olMail; }
-    QString Subject() const override { return {}; }
-    QString EntryID() const override { return {}; }
-    QString Body() const override { return {}; }
-    outlook::MapiObjectPtr MAPIOBJECT() const override { return nullptr; }
-    OleDate ReceivedTime() const override { return 0; }
-    OleDate LastModificationTime() const override { return 0; }
-    OleDate DateCompleted() const override { return 0; }
-    OleDate DueDate() const override { return 0; }
-    OleDate End() const override { return 0; }
-    bool UnRead() const override { throw Failure(err::kAutomation, QStringLiteral("gone")); }
-    outlook::FolderPtr Parent() const override { return nullptr; }
-    void Delete() override {}
-    void Display() override {}
+  protected:
+    long doClass() const override { return outlook::olMail; }
+    QString doSubject() const override { return {}; }
+    QString doEntryID() const override { return {}; }
+    QString doBody() const override { return {}; }
+    std::optional<QString> doSender() const override { return std::nullopt; }
+    OleDate doReceivedTime() const override { return 0; }
+    OleDate doLastModificationTime() const override { return 0; }
+    OleDate doDateCompleted() const override { return 0; }
+    OleDate doDueDate() const override { return 0; }
+    OleDate doEnd() const override { return 0; }
+    bool doUnRead() const override { throw Failure(err::kAutomation, QStringLiteral("gone")); }
+    outlook::FolderPtr doParent() const override { return nullptr; }
+    void doDelete() override {}
 };
 
 TEST(CheckUnread, AnUnreadableStateCountsAsRead) {

@@ -13,8 +13,8 @@ class RecordingItemWindow : public outlook::ItemWindow {
 
 class ItemDisplayTest : public CleanFixture {
   protected:
-    ItemDisplayTest() { outlook::setItemWindow(&window); }
-    ~ItemDisplayTest() override { outlook::setItemWindow(nullptr); }
+    ItemDisplayTest() { logic.itemDisplay.setItemWindow(&window); }
+    ~ItemDisplayTest() override { logic.itemDisplay.setItemWindow(nullptr); }
 
     void SetUp() override {
         auto layout = sampleStore();

@@ -5,6 +5,7 @@
 
 #include "common/failure.h"
 #include "outlook/constants.h"
+#include "outlook/item_window.h"
 #include "outlook/mapi_utils.h"
 #include "tests/conformance/backend.h"
 
@@ -77,6 +78,48 @@ template <typename F>
 void expectFailure(F&& call) {
     EXPECT_THROW(call(), Failure);
 }
+
+// The call fails with exactly this number and text.
+template <typename F>
+void expectFailure(F&& call, int number, const QString& description) {
+    try {
+        call();
+        ADD_FAILURE() << "no failure, expected " << description.toStdString();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.number(), number);
+        EXPECT_EQ(failure.description(), description);
+    }
+}
+
+template <typename F>
+void expectOutOfBounds(F&& call) {
+    expectFailure(call, err::kAutomation, QStringLiteral("Array index out of bounds."));
+}
+
+template <typename F>
+void expectNotSupported(F&& call) {
+    expectFailure(call, err::kNotSupported,
+                  QStringLiteral("Object doesn't support this property or method"));
+}
+
+FolderPtr topLevel(const StorePtr& store, const QString& name, long* index = nullptr) {
+    auto folders = store->TopFolder()->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        if (folders->Item(i)->Name() == name) {
+            if (index != nullptr) {
+                *index = i;
+            }
+            return folders->Item(i);
+        }
+    }
+    return nullptr;
+}
+
+class RecordingWindow : public outlook::ItemWindow {
+  public:
+    void show(const outlook::ItemContent& content) override { shown.push_back(content); }
+    std::vector<outlook::ItemContent> shown;
+};
 
 }  // namespace
 
@@ -363,6 +406,151 @@ TEST_P(ObjectModelConformance, ReopeningShowsTheSameState) {
     EXPECT_EQ(entryIds(again->GetDefaultFolder(outlook::olFolderDeletedItems)), deletedIds);
     EXPECT_EQ(deletedIds.size(), 2);
     EXPECT_EQ(again->GetItemFromID(deletedIds.last())->Subject(), QString());
+}
+
+TEST_P(ObjectModelConformance, EveryIndexOutsideOneToCountIsRefusedWithTheSameError) {
+    FolderPtr inbox = folderAt(store_, QStringLiteral("Inbox"));
+    auto items = inbox->Items();
+    const long count = items->Count();
+    for (long index : {0L, -1L, count + 1}) {
+        SCOPED_TRACE(index);
+        expectOutOfBounds([&] { items->Item(index); });
+        expectOutOfBounds([&] { items->Remove(index); });
+    }
+    auto folders = store_->TopFolder()->Folders();
+    const long folderCount = folders->Count();
+    for (long index : {0L, folderCount + 1}) {
+        SCOPED_TRACE(index);
+        expectOutOfBounds([&] { folders->Item(index); });
+        expectOutOfBounds([&] { folders->Remove(index); });
+    }
+    // An emptied folder refuses index 1.
+    auto empty = folderAt(store_, QStringLiteral("Archive/Old Mail"))->Items();
+    ASSERT_EQ(empty->Count(), 0);
+    expectOutOfBounds([&] { empty->Item(1); });
+    expectOutOfBounds([&] { empty->Remove(1); });
+
+    EXPECT_EQ(items->Count(), count);
+    EXPECT_EQ(folders->Count(), folderCount);
+    EXPECT_EQ(subjects(inbox).first(), QStringLiteral("Alpha"));
+}
+
+TEST_P(ObjectModelConformance, MailRefusesTheDatesItsClassLacks) {
+    ItemPtr mail = folderAt(store_, QStringLiteral("Inbox"))->Items()->Item(1);
+    ASSERT_EQ(mail->Class(), outlook::olMail);
+    expectNotSupported([&] { mail->DueDate(); });
+    expectNotSupported([&] { mail->DateCompleted(); });
+    expectNotSupported([&] { mail->End(); });
+    EXPECT_NEAR(mail->ReceivedTime(), toOleDate(at(2020, 1, 2)), 1.0 / 86400);
+    EXPECT_FALSE(isNoDate(mail->LastModificationTime()));
+}
+
+TEST_P(ObjectModelConformance, MessageObjectAnswersSenderAndSubjectInBothForms) {
+    auto items = folderAt(store_, QStringLiteral("Inbox"))->Items();
+    for (long i = 1; i <= items->Count(); ++i) {
+        ItemPtr item = items->Item(i);
+        SCOPED_TRACE(item->Subject().toStdString());
+        const outlook::MapiObjectPtr message = item->MAPIOBJECT();
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->property(outlook::PR_SENDER_NAME_W),
+                  message->property(outlook::PR_SENDER_NAME));
+        EXPECT_EQ(message->property(outlook::PR_SUBJECT).value_or(QStringLiteral("<none>")),
+                  item->Subject());
+        EXPECT_EQ(message->property(outlook::PR_SUBJECT_W), message->property(outlook::PR_SUBJECT));
+        // PR_MESSAGE_DELIVERY_TIME is not a property the window reads.
+        EXPECT_FALSE(message->property(0x0E060040).has_value());
+    }
+    EXPECT_EQ(items->Item(3)->MAPIOBJECT()->property(outlook::PR_SENDER_NAME_W),
+              std::optional<QString>(QStringLiteral("李雷")));
+}
+
+TEST_P(ObjectModelConformance, DisplayHandsTheItemsFieldsToTheWindowItIsGiven) {
+    RecordingWindow window;
+    ItemPtr alpha = folderAt(store_, QStringLiteral("Inbox"))->Items()->Item(1);
+    alpha->Display(window);
+    ASSERT_EQ(window.shown.size(), 1u);
+    const outlook::ItemContent& content = window.shown[0];
+    EXPECT_EQ(content.caption, QStringLiteral("Alpha - Message"));
+    ASSERT_EQ(content.fields.size(), 4);
+    EXPECT_EQ(content.fields[0], qMakePair(QStringLiteral("From"), QStringLiteral("José Müller")));
+    EXPECT_EQ(content.fields[1], qMakePair(QStringLiteral("Subject"), QStringLiteral("Alpha")));
+    EXPECT_EQ(content.fields[2],
+              qMakePair(QStringLiteral("Received"), QStringLiteral("2020-01-02 09:30")));
+    EXPECT_EQ(content.fields[3].first, QStringLiteral("Modified"));
+    EXPECT_EQ(content.body.trimmed(), QStringLiteral("first"));
+}
+
+TEST_P(ObjectModelConformance, GroupedChangesShowAtOnceAndAreAllThereAfterTheGroup) {
+    FolderPtr inbox = folderAt(store_, QStringLiteral("Inbox"));
+    FolderPtr deleted = store_->GetDefaultFolder(outlook::olFolderDeletedItems);
+    const QStringList deletedBefore = entryIds(deleted);
+    const QString alphaId = inbox->Items()->Item(1)->EntryID();
+    const QString betaId = inbox->Items()->Item(2)->EntryID();
+    const QString planId =
+        folderAt(store_, QStringLiteral("Inbox/Projects"))->Items()->Item(1)->EntryID();
+
+    store_->beginChanges();
+    inbox->Items()->Item(2)->Delete();
+    inbox->Items()->Remove(1);
+    // What the store shows inside the group is what it will hold after it.
+    EXPECT_EQ(subjects(inbox),
+              (QStringList{QStringLiteral("Gamma"), QString(), QStringLiteral("Epsilon")}));
+    EXPECT_EQ(entryIds(deleted), deletedBefore + QStringList{betaId});
+    EXPECT_EQ(store_->GetItemFromID(betaId)->Parent()->EntryID(), deleted->EntryID());
+    EXPECT_THROW(store_->GetItemFromID(alphaId), Failure);
+
+    // Groups nest: the inner end commits nothing of its own.
+    store_->beginChanges();
+    folderAt(store_, QStringLiteral("Inbox/Projects"))->Items()->Item(1)->Delete();
+    store_->GetItemFromID(betaId)->Delete();
+    store_->endChanges();
+    EXPECT_EQ(entryIds(deleted), deletedBefore + QStringList{planId});
+    store_->endChanges();
+
+    const QStringList inboxIds = entryIds(inbox);
+    EXPECT_EQ(inboxIds.size(), 3);
+    EXPECT_EQ(entryIds(deleted), deletedBefore + QStringList{planId});
+    StorePtr again = backend_->reopen(dir_.path());
+    EXPECT_EQ(entryIds(again->GetDefaultFolder(outlook::olFolderInbox)), inboxIds);
+    EXPECT_EQ(entryIds(again->GetDefaultFolder(outlook::olFolderDeletedItems)),
+              deletedBefore + QStringList{planId});
+    EXPECT_THROW(again->GetItemFromID(alphaId), Failure);
+    EXPECT_THROW(again->GetItemFromID(betaId), Failure);
+}
+
+TEST_P(ObjectModelConformance, AFailedChangeInAGroupLeavesItsItemsAndTheOthersTakeEffect) {
+    FolderPtr inbox = folderAt(store_, QStringLiteral("Inbox"));
+    FolderPtr deleted = store_->GetDefaultFolder(outlook::olFolderDeletedItems);
+    const long deletedBefore = deleted->Items()->Count();
+    const QString alphaId = inbox->Items()->Item(1)->EntryID();
+    ItemPtr stale = inbox->Items()->Item(4);
+    long inboxIndex = 0;
+    ASSERT_TRUE(topLevel(store_, QStringLiteral("Inbox"), &inboxIndex));
+
+    store_->beginChanges();
+    inbox->Items()->Item(1)->Delete();
+    // A standard folder cannot be removed: it keeps its place, its items and sub-folders.
+    const long topCount = store_->TopFolder()->Folders()->Count();
+    EXPECT_THROW(store_->TopFolder()->Folders()->Remove(inboxIndex), Failure);
+    EXPECT_EQ(store_->TopFolder()->Folders()->Count(), topCount);
+    EXPECT_EQ(subjects(inbox), (QStringList{QStringLiteral("Beta"), QStringLiteral("Gamma"),
+                                            QString(), QStringLiteral("Epsilon")}));
+    // An item removed since it was read cannot be deleted; nothing else moves.
+    inbox->Items()->Remove(3);
+    EXPECT_THROW(stale->Delete(), Failure);
+    inbox->Items()->Remove(1);
+    store_->endChanges();
+
+    const QStringList expected{QStringLiteral("Gamma"), QStringLiteral("Epsilon")};
+    EXPECT_EQ(subjects(inbox), expected);
+    EXPECT_EQ(deleted->Items()->Count(), deletedBefore + 1);
+    EXPECT_EQ(subjects(folderAt(store_, QStringLiteral("Inbox/Projects"))).size(), 2);
+
+    StorePtr again = backend_->reopen(dir_.path());
+    EXPECT_EQ(subjects(again->GetDefaultFolder(outlook::olFolderInbox)), expected);
+    EXPECT_EQ(again->GetItemFromID(alphaId)->Parent()->Name(), QStringLiteral("Deleted Items"));
+    EXPECT_EQ(subjects(folderAt(again, QStringLiteral("Inbox/Projects"))).size(), 2);
+    EXPECT_EQ(subjects(folderAt(again, QStringLiteral("Inbox/Projects/Apollo"))).size(), 1);
 }
 
 }  // namespace tf::conformance

@@ -132,14 +132,12 @@ QString field(const outlook::ItemContent& content, const QString& label) {
 
 TEST_F(ItemProperties, DisplayHandsTheItemsFieldsToTheItemWindow) {
     RecordingWindow window;
-    outlook::setItemWindow(&window);
     const ItemPtr mail = byClass_.find(outlook::olMail)->second;
     const ItemPtr task = byClass_.find(outlook::olTask)->second;
     const ItemPtr contact = byClass_.find(outlook::olContact)->second;
-    mail->Display();
-    task->Display();
-    contact->Display();
-    outlook::setItemWindow(nullptr);
+    mail->Display(window);
+    task->Display(window);
+    contact->Display(window);
     ASSERT_EQ(window.shown.size(), 3u);
 
     const outlook::ItemContent& m = window.shown[0];

@@ -182,10 +182,8 @@ TEST_F(MaildirStoreTest, DisplayShowsTheHeadersAndTheDecodedTextPart) {
         "--b\r\nContent-Type: text/plain; charset=iso-8859-1\r\n"
         "Content-Transfer-Encoding: quoted-printable\r\n\r\nViele Gr=FC=DFe\r\n--b--\r\n");
     CapturingWindow window;
-    outlook::setItemWindow(&window);
     StorePtr store = openMaildirStore(root());
-    inboxItem(store, 1)->Display();
-    outlook::setItemWindow(nullptr);
+    inboxItem(store, 1)->Display(window);
     ASSERT_EQ(window.shown.size(), 1u);
     const outlook::ItemContent& content = window.shown[0];
     EXPECT_EQ(content.caption, QStringLiteral("Grüße - Message"));

@@ -1,6 +1,7 @@
 #include "tests/support/faulty_store.h"
 
 #include "common/failure.h"
+#include "outlook/constants.h"
 
 namespace tf::testing {
 
@@ -20,25 +21,28 @@ class FaultyItem : public outlook::Item {
   public:
     FaultyItem(outlook::ItemPtr inner, FaultsPtr faults)
         : inner_(std::move(inner)), faults_(std::move(faults)) {}
-    long Class() const override { return inner_->Class(); }
-    QString Subject() const override { return inner_->Subject(); }
-    QString EntryID() const override { return inner_->EntryID(); }
-    QString Body() const override { return inner_->Body(); }
-    outlook::MapiObjectPtr MAPIOBJECT() const override { return inner_->MAPIOBJECT(); }
-    OleDate ReceivedTime() const override { return inner_->ReceivedTime(); }
-    OleDate LastModificationTime() const override { return inner_->LastModificationTime(); }
-    OleDate DateCompleted() const override { return inner_->DateCompleted(); }
-    OleDate DueDate() const override { return inner_->DueDate(); }
-    OleDate End() const override { return inner_->End(); }
-    bool UnRead() const override { return inner_->UnRead(); }
-    outlook::FolderPtr Parent() const override { return wrapFolder(inner_->Parent(), faults_); }
-    void Delete() override {
+
+  protected:
+    long doClass() const override { return inner_->Class(); }
+    QString doSubject() const override { return inner_->Subject(); }
+    QString doEntryID() const override { return inner_->EntryID(); }
+    QString doBody() const override { return inner_->Body(); }
+    std::optional<QString> doSender() const override {
+        return inner_->MAPIOBJECT()->property(outlook::PR_SENDER_NAME);
+    }
+    OleDate doReceivedTime() const override { return inner_->ReceivedTime(); }
+    OleDate doLastModificationTime() const override { return inner_->LastModificationTime(); }
+    OleDate doDateCompleted() const override { return inner_->DateCompleted(); }
+    OleDate doDueDate() const override { return inner_->DueDate(); }
+    OleDate doEnd() const override { return inner_->End(); }
+    bool doUnRead() const override { return inner_->UnRead(); }
+    outlook::FolderPtr doParent() const override { return wrapFolder(inner_->Parent(), faults_); }
+    void doDelete() override {
         if (++faults_->deletes == faults_->failDeleteAt) {
             injected("delete the item");
         }
         inner_->Delete();
     }
-    void Display() override { inner_->Display(); }
 
   private:
     outlook::ItemPtr inner_;
@@ -49,11 +53,13 @@ class FaultyItems : public outlook::Items {
   public:
     FaultyItems(outlook::ItemsPtr inner, FaultsPtr faults)
         : inner_(std::move(inner)), faults_(std::move(faults)) {}
-    long Count() const override { return inner_->Count(); }
-    outlook::ItemPtr Item(long index) const override {
+
+  protected:
+    long doCount() const override { return inner_->Count(); }
+    outlook::ItemPtr doItem(long index) const override {
         return wrapItem(inner_->Item(index), faults_);
     }
-    void Remove(long index) override {
+    void doRemove(long index) override {
         if (++faults_->removes == faults_->failRemoveAt) {
             injected("remove the item");
         }
@@ -69,11 +75,13 @@ class FaultyFolders : public outlook::Folders {
   public:
     FaultyFolders(outlook::FoldersPtr inner, FaultsPtr faults)
         : inner_(std::move(inner)), faults_(std::move(faults)) {}
-    long Count() const override { return inner_->Count(); }
-    outlook::FolderPtr Item(long index) const override {
+
+  protected:
+    long doCount() const override { return inner_->Count(); }
+    outlook::FolderPtr doItem(long index) const override {
         return wrapFolder(inner_->Item(index), faults_);
     }
-    void Remove(long index) override { inner_->Remove(index); }
+    void doRemove(long index) override { inner_->Remove(index); }
 
   private:
     outlook::FoldersPtr inner_;

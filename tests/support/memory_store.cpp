@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "common/failure.h"
-#include "outlook/item_properties.h"
 
 namespace tf::testing {
 
@@ -13,61 +12,32 @@ namespace {
 using outlook::FolderPtr;
 using outlook::ItemPtr;
 
-[[noreturn]] void outOfBounds() {
-    throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
-}
-
-template <typename Vector>
-void checkIndex(const Vector& v, long index) {
-    if (index < 1 || index > static_cast<long>(v.size())) {
-        outOfBounds();
-    }
-}
-
-class MemoryMapi : public outlook::MapiObject {
-  public:
-    explicit MemoryMapi(QString sender) : sender_(std::move(sender)) {}
-    std::optional<QString> property(std::uint32_t tag) const override {
-        if (tag == outlook::PR_SENDER_NAME && !sender_.isEmpty()) {
-            return sender_;
-        }
-        return std::nullopt;
-    }
-
-  private:
-    QString sender_;
-};
-
 class MemoryItem : public outlook::Item {
   public:
     MemoryItem(std::shared_ptr<const MemoryStore> store, std::shared_ptr<MemoryItemData> data,
                MemoryStore::Folder folder)
         : store_(std::move(store)), data_(std::move(data)), folder_(std::move(folder)) {}
 
-    long Class() const override { return data_->spec.itemClass; }
-    QString Subject() const override { return data_->spec.subject; }
-    QString EntryID() const override { return data_->entryID; }
-    QString Body() const override { return data_->spec.body; }
-    outlook::MapiObjectPtr MAPIOBJECT() const override {
-        return std::make_shared<MemoryMapi>(outlook::hasSender(Class()) ? data_->spec.sender
-                                                                        : QString());
+  protected:
+    long doClass() const override { return data_->spec.itemClass; }
+    QString doSubject() const override { return data_->spec.subject; }
+    QString doEntryID() const override { return data_->entryID; }
+    QString doBody() const override { return data_->spec.body; }
+    // An empty sender is no sender at all.
+    std::optional<QString> doSender() const override {
+        if (data_->spec.sender.isEmpty()) {
+            return std::nullopt;
+        }
+        return data_->spec.sender;
     }
-    OleDate ReceivedTime() const override {
-        return outlook::ifSupported(outlook::hasReceivedTime(Class()), data_->spec.received);
-    }
-    OleDate LastModificationTime() const override { return data_->spec.modified; }
-    OleDate DateCompleted() const override {
-        return outlook::ifSupported(outlook::hasTaskDates(Class()), data_->spec.completed);
-    }
-    OleDate DueDate() const override {
-        return outlook::ifSupported(outlook::hasTaskDates(Class()), data_->spec.due);
-    }
-    OleDate End() const override {
-        return outlook::ifSupported(outlook::hasEnd(Class()), data_->spec.end);
-    }
-    bool UnRead() const override { return data_->spec.unread; }
-    FolderPtr Parent() const override { return store_->wrap(holder()); }
-    void Delete() override {
+    OleDate doReceivedTime() const override { return data_->spec.received; }
+    OleDate doLastModificationTime() const override { return data_->spec.modified; }
+    OleDate doDateCompleted() const override { return data_->spec.completed; }
+    OleDate doDueDate() const override { return data_->spec.due; }
+    OleDate doEnd() const override { return data_->spec.end; }
+    bool doUnRead() const override { return data_->spec.unread; }
+    FolderPtr doParent() const override { return store_->wrap(holder()); }
+    void doDelete() override {
         const MemoryStore::Folder from = holder();
         auto& items = from->items;
         items.erase(std::find(items.begin(), items.end(), data_));
@@ -77,7 +47,6 @@ class MemoryItem : public outlook::Item {
             folder_ = deleted;
         }
     }
-    void Display() override {}
 
   private:
     MemoryStore::Folder holder() const {
@@ -97,18 +66,18 @@ class MemoryItems : public outlook::Items {
   public:
     MemoryItems(std::shared_ptr<const MemoryStore> store, MemoryStore::Folder folder)
         : store_(std::move(store)), folder_(std::move(folder)) {}
-    long Count() const override {
+
+  protected:
+    long doCount() const override {
         store_->countCalled();
         return static_cast<long>(folder_->items.size());
     }
-    ItemPtr Item(long index) const override {
-        checkIndex(folder_->items, index);
+    ItemPtr doItem(long index) const override {
         const auto& item = folder_->items[static_cast<std::size_t>(index - 1)];
         ++item->fetched;
         return store_->wrap(item, folder_);
     }
-    void Remove(long index) override {
-        checkIndex(folder_->items, index);
+    void doRemove(long index) override {
         folder_->items.erase(folder_->items.begin() + (index - 1));
     }
 
@@ -121,14 +90,18 @@ class MemoryFolders : public outlook::Folders {
   public:
     MemoryFolders(std::shared_ptr<const MemoryStore> store, MemoryStore::Folder folder)
         : store_(std::move(store)), folder_(std::move(folder)) {}
-    long Count() const override { return static_cast<long>(folder_->folders.size()); }
-    FolderPtr Item(long index) const override {
-        checkIndex(folder_->folders, index);
+
+  protected:
+    long doCount() const override { return static_cast<long>(folder_->folders.size()); }
+    FolderPtr doItem(long index) const override {
         return store_->wrap(folder_->folders[static_cast<std::size_t>(index - 1)]);
     }
-    void Remove(long index) override {
-        checkIndex(folder_->folders, index);
-        folder_->folders.erase(folder_->folders.begin() + (index - 1));
+    void doRemove(long index) override {
+        const auto doomed = folder_->folders.begin() + (index - 1);
+        if ((*doomed)->defaultFolderType != 0) {
+            outlook::standardFolderNotRemovable((*doomed)->name);
+        }
+        folder_->folders.erase(doomed);
     }
 
   private:
