@@ -12,7 +12,7 @@ packages=(
     libgmime-3.0-dev
 )
 if [[ "${1:-}" == "--tests" ]]; then
-    packages+=(googletest libgtest-dev xvfb xauth)
+    packages+=(googletest libgtest-dev xvfb xauth dovecot-imapd isync)
 fi
 
 missing=()
