@@ -90,17 +90,18 @@ struct MessageData {
     OleDate received = kNoDate;
 };
 
-MessageData readHeaders(int fd, const std::string& path, const std::string& unique) {
-    const MessageHeaders headers = parseHeaders(readHeaderBlock(fd, QString::fromStdString(path)));
+// The fields the list shows. A message without a Date header is dated by its delivery time, and
+// without one of those by its file's modification time.
+MessageData dataOf(const MessageHeaders& headers, const IndexEntry& entry) {
     MessageData data;
     data.subject = headers.subject;
     data.sender = headers.sender;
     if (headers.date) {
         data.received = localDate(*headers.date * 1000);
-    } else if (const std::optional<std::int64_t> delivered = deliveryMicros(unique)) {
+    } else if (const std::optional<std::int64_t> delivered = deliveryMicros(entry.unique)) {
         data.received = localDate(*delivered / 1000);
-    } else {
-        data.received = modifiedTime(fd);
+    } else if (entry.mtime != 0) {
+        data.received = localDate(entry.mtime / 1000000);
     }
     return data;
 }
@@ -207,24 +208,28 @@ class MaildirItem : public outlook::Item {
 
   private:
     const MessageData& data() const {
-        if (!data_) {
-            try {
-                data_ = withFile([this](int fd, const std::string& path) {
-                    return readHeaders(fd, path, entry_.unique);
-                });
-            } catch (const Failure& failure) {
-                if (failure.number() != err::kPermissionDenied) {
-                    throw;
-                }
-                // A read error in the middle of the file: the message shows with no subject or
-                // sender, and the user hears of it once, after loading.
-                tree_->noteUnreadable(tree_->pathOf(folder_, entry_));
-                MessageData empty;
-                if (const std::optional<std::int64_t> delivered = deliveryMicros(entry_.unique)) {
-                    empty.received = localDate(*delivered / 1000);
-                }
-                data_ = empty;
+        if (data_) {
+            return *data_;
+        }
+        if (std::optional<MessageHeaders> kept = tree_->headerCache().find(folder_, entry_)) {
+            data_ = dataOf(*kept, entry_);
+            return *data_;
+        }
+        try {
+            const MessageHeaders headers = withFile([](int fd, const std::string& path) {
+                return parseHeaders(readHeaderBlock(fd, QString::fromStdString(path)));
+            });
+            // withFile may have found the message under a new name: entry_ is its file now.
+            tree_->headerCache().keep(folder_, entry_, headers);
+            data_ = dataOf(headers, entry_);
+        } catch (const Failure& failure) {
+            if (failure.number() != err::kPermissionDenied) {
+                throw;
             }
+            // A read error in the middle of the file: the message shows with no subject or
+            // sender, and the user hears of it once, after loading.
+            tree_->noteUnreadable(tree_->pathOf(folder_, entry_));
+            data_ = dataOf({}, entry_);
         }
         return *data_;
     }

@@ -145,7 +145,7 @@ std::vector<std::string> splitParts(std::string_view dirName) {
 }  // namespace
 
 MaildirTree::MaildirTree(std::string root, QString account)
-    : root_(std::move(root)), account_(std::move(account)) {
+    : root_(std::move(root)), account_(std::move(account)), cache_(root_) {
     std::vector<std::string> leftovers;
     listDir(root_, [&](int, const dirent* entry) {
         if (std::string_view(entry->d_name).substr(0, kRemovingPrefix.size()) == kRemovingPrefix &&

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "store/maildir/dovecot_files.h"
+#include "store/maildir/header_cache.h"
 #include "store/maildir/message_index.h"
 
 // The file-system side of a Maildir++ store: its folders and each folder's messages, and every
@@ -92,6 +93,8 @@ class MaildirTree {
     Skipped takeSkipped();
     // A message file that could be listed but not read.
     void noteUnreadable(const std::string& path);
+    // The header fields kept from earlier runs.
+    HeaderCache& headerCache() { return cache_; }
 
   private:
     // An open directory, so that opening a message needs no walk of its whole path.
@@ -158,6 +161,7 @@ class MaildirTree {
 
     std::string root_;
     QString account_;
+    HeaderCache cache_;
     std::map<std::string, FolderNode> folders_;
     timespec rootTime_{};
     std::string trashKey_;

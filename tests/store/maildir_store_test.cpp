@@ -19,6 +19,7 @@
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/failure_text.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
 
 namespace tf::store::maildir {
 namespace {
@@ -75,6 +76,7 @@ class MaildirStoreTest : public ::testing::Test {
     }
 
     QTemporaryDir dir_;
+    testing::TempHome home_;  // the header cache goes there
     MaildirWriter writer_{root()};
 };
 

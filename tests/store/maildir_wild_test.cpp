@@ -15,6 +15,7 @@
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/failure_text.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
 
 namespace tf::store::maildir {
 namespace {
@@ -70,6 +71,7 @@ class MaildirWildTest : public ::testing::Test {
     }
 
     QTemporaryDir dir_;
+    testing::TempHome home_;  // the header cache goes there
     MaildirWriter writer_{root()};
 };
 

@@ -22,6 +22,7 @@
 #include "store/maildir/maildir_store.h"
 #include "store/maildir/message_headers.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
 
 namespace tf::store::maildir {
 namespace {
@@ -198,6 +199,7 @@ class MbsyncBesideDovecot : public ::testing::Test {
     QString local() const { return dir_.filePath(QStringLiteral("local")); }
 
     QTemporaryDir dir_;
+    testing::TempHome home_;  // the header cache goes there
     DovecotServer server_{dir_.path()};
 };
 
