@@ -367,8 +367,8 @@ void MaildirTree::ensureTrash() {
     trashKey_ = trash;
 }
 
+// A waiting move changes no folder, so looking at the folders leaves it waiting.
 const FolderNode* MaildirTree::folder(const std::string& key) {
-    settle();
     if (!haveFolders_ || !sameTime(mtimeOf(root_), rootTime_)) {
         rebuildFolders();
     }
