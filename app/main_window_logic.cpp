@@ -176,6 +176,13 @@ void RemoveItemsLogic::Load_Interface() {
                 flags.ReloadRequested = false;
                 splitters.reapplyInterruptedDrag();
                 prompter_.ask(QStringLiteral("All Folders Loaded"), Prompter::OkOnly);
+                // Messages the stores passed over are told once, when everything else is in.
+                if (session.nameSpace) {
+                    if (const QString notes = session.nameSpace->takeReadNotes();
+                        !notes.isEmpty()) {
+                        prompter_.ask(notes, Prompter::OkOnly);
+                    }
+                }
                 break;
             }
             // Once the windows are unloaded, nothing is loaded again.

@@ -148,6 +148,9 @@ class NameSpace {
     // changed or where it was. endChanges commits what is left and may throw.
     virtual void beginChanges() {}
     virtual void endChanges() {}
+    // What the stores passed over while they were read (messages that cannot be read, say), as a
+    // message for the user; empty when there is nothing new to say since the last call.
+    virtual QString takeReadNotes() { return {}; }
 };
 using NameSpacePtr = std::shared_ptr<NameSpace>;
 
@@ -175,6 +178,8 @@ class Store {
     // at once ignores them.
     virtual void beginChanges() {}
     virtual void endChanges() {}
+    // As NameSpace::takeReadNotes, for this store.
+    virtual QString takeReadNotes() { return {}; }
 };
 using StorePtr = std::shared_ptr<Store>;
 

@@ -1,5 +1,6 @@
 #include "outlook/session.h"
 
+#include <QStringList>
 #include <exception>
 
 #include "common/failure.h"
@@ -56,6 +57,16 @@ void Session::beginChanges() {
     for (const StorePtr& store : stores_) {
         store->beginChanges();
     }
+}
+
+QString Session::takeReadNotes() {
+    QStringList notes;
+    for (const StorePtr& store : stores_) {
+        if (const QString note = store->takeReadNotes(); !note.isEmpty()) {
+            notes << note;
+        }
+    }
+    return notes.join(QStringLiteral("\r\n"));
 }
 
 void Session::endChanges() {

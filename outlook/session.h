@@ -16,6 +16,7 @@ class Session : public NameSpace, public std::enable_shared_from_this<Session> {
     ItemPtr GetItemFromID(const QString& entryID, const QString& storeID) const override;
     void beginChanges() override;
     void endChanges() override;
+    QString takeReadNotes() override;
 
     const std::vector<StorePtr>& stores() const { return stores_; }
 

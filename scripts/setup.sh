@@ -14,7 +14,8 @@ packages=(
 )
 if [[ "${1:-}" == "--tests" || "${1:-}" == "--screenshots" ]]; then
     # appstream and desktop-file-utils check the installed desktop files.
-    packages+=(googletest libgtest-dev xvfb xauth appstream desktop-file-utils)
+    packages+=(googletest libgtest-dev xvfb xauth appstream desktop-file-utils
+        dovecot-imapd isync python3)
 fi
 if [[ "${1:-}" == "--screenshots" ]]; then
     # A real window manager draws the frames; sample senders have Chinese and Japanese names.

@@ -64,6 +64,45 @@ std::string uniqueOf(const QString& entryId) {
     return QByteArray::fromPercentEncoding(entryId.toLatin1()).toStdString();
 }
 
+std::string stemOf(std::string_view unique) {
+    if (unique.find(",U=") == std::string_view::npos) {
+        return std::string(unique);
+    }
+    // The fields after the first comma are "K=value" pairs (Dovecot's S= and W=, mbsync's U=).
+    std::string stem;
+    std::size_t start = 0;
+    bool first = true;
+    while (start <= unique.size()) {
+        std::size_t comma = unique.find(',', start);
+        if (comma == std::string_view::npos) {
+            comma = unique.size();
+        }
+        const std::string_view field = unique.substr(start, comma - start);
+        if (first || field.substr(0, 2) != "U=") {
+            if (!first) {
+                stem += ',';
+            }
+            stem += field;
+        }
+        first = false;
+        start = comma + 1;
+    }
+    return stem;
+}
+
+std::string_view flagsOf(std::string_view info) {
+    if (info.substr(0, kInfoMark.size()) != kInfoMark) {
+        return {};
+    }
+    return info.substr(kInfoMark.size());
+}
+
+std::string infoWith(std::string flags) {
+    std::sort(flags.begin(), flags.end());
+    flags.erase(std::unique(flags.begin(), flags.end()), flags.end());
+    return std::string(kInfoMark) + flags;
+}
+
 bool isSeen(std::string_view info) {
     if (info.substr(0, kInfoMark.size()) != kInfoMark) {
         return false;

@@ -25,6 +25,16 @@ MessageName splitMessageName(std::string_view fileName);
 QString entryIdOf(const std::string& unique);
 std::string uniqueOf(const QString& entryId);
 
+// The unique part without mbsync's ",U=<uid>" field. mbsync keeps the server's UID in the name, and
+// a file that carries it into another folder gives that folder a duplicate UID; the stem is what
+// stays the same when mbsync adds or drops the field, so it names the message.
+std::string stemOf(std::string_view unique);
+
+// The flag letters of an info (":2,FRS" gives "FRS"); empty when it is not a version 2 info.
+std::string_view flagsOf(std::string_view info);
+// An info for the given flag letters, in the ASCII order Maildir keeps them in.
+std::string infoWith(std::string flags);
+
 // True when the info carries the S (seen) flag.
 bool isSeen(std::string_view info);
 

@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <type_traits>
 #include <unordered_map>
 
@@ -34,7 +35,7 @@ constexpr qsizetype kBodyLimit = 64 << 20;
     throw Failure(err::kAutomation,
                   QStringLiteral("The operation failed. The message %1 no longer exists; it has "
                                  "been moved or deleted since it was read.")
-                      .arg(entryIdOf(unique)));
+                      .arg(entryIdOf(stemOf(unique))));
 }
 
 [[noreturn]] void folderGone(const QString& name) {
@@ -82,17 +83,18 @@ struct MessageData {
     OleDate received = kNoDate;
 };
 
-MessageData readHeaders(int fd, const std::string& path, const std::string& unique) {
-    const MessageHeaders headers = parseHeaders(readHeaderBlock(fd, QString::fromStdString(path)));
+// The fields the list shows. A message without a Date header is dated by its delivery time, and
+// without one of those by its file's modification time.
+MessageData dataOf(const MessageHeaders& headers, const IndexEntry& entry) {
     MessageData data;
     data.subject = headers.subject;
     data.sender = headers.sender;
     if (headers.date) {
         data.received = localDate(*headers.date * 1000);
-    } else if (const std::optional<std::int64_t> delivered = deliveryMicros(unique)) {
+    } else if (const std::optional<std::int64_t> delivered = deliveryMicros(entry.unique)) {
         data.received = localDate(*delivered / 1000);
-    } else {
-        data.received = modifiedTime(fd);
+    } else if (entry.mtime != 0) {
+        data.received = localDate(entry.mtime / 1000000);
     }
     return data;
 }
@@ -132,7 +134,7 @@ class MaildirItem : public outlook::Item {
   protected:
     long doClass() const override { return outlook::olMail; }
     QString doSubject() const override { return data().subject; }
-    QString doEntryID() const override { return entryIdOf(entry_.unique); }
+    QString doEntryID() const override { return MaildirTree::idOf(entry_); }
     QString doBody() const override {
         return withFile([](int fd, const std::string&) { return messageBodyText(readWhole(fd)); });
     }
@@ -157,21 +159,36 @@ class MaildirItem : public outlook::Item {
     }
 
     void doDelete() override {
-        std::optional<std::string> now = tree_->deleteMessage(folder_, entry_.unique);
-        if (now) {
-            folder_ = *now;
-            if (const IndexEntry* entry = tree_->messages(folder_, false).find(entry_.unique)) {
-                entry_ = *entry;
-            }
+        if (std::optional<Location> now = tree_->deleteMessage(folder_, entry_)) {
+            folder_ = std::move(now->folder);
+            entry_ = std::move(now->entry);
         }
     }
 
   private:
     const MessageData& data() const {
-        if (!data_) {
-            data_ = withFile([this](int fd, const std::string& path) {
-                return readHeaders(fd, path, entry_.unique);
+        if (data_) {
+            return *data_;
+        }
+        if (std::optional<MessageHeaders> kept = tree_->headerCache().find(folder_, entry_)) {
+            data_ = dataOf(*kept, entry_);
+            return *data_;
+        }
+        try {
+            const MessageHeaders headers = withFile([](int fd, const std::string& path) {
+                return parseHeaders(readHeaderBlock(fd, QString::fromStdString(path)));
             });
+            // withFile may have found the message under a new name: entry_ is its file now.
+            tree_->headerCache().keep(folder_, entry_, headers);
+            data_ = dataOf(headers, entry_);
+        } catch (const Failure& failure) {
+            if (failure.number() != err::kPermissionDenied) {
+                throw;
+            }
+            // A read error in the middle of the file: the message shows with no subject or
+            // sender, and the user hears of it once, after loading.
+            tree_->noteUnreadable(tree_->pathOf(folder_, entry_));
+            data_ = dataOf({}, entry_);
         }
         return *data_;
     }
@@ -196,7 +213,7 @@ class MaildirItem : public outlook::Item {
     }
 
     void relocate() const {
-        std::optional<Location> where = tree_->locate(entry_.unique, folder_);
+        std::optional<Location> where = tree_->locate(MaildirTree::idOf(entry_), folder_);
         if (!where) {
             itemGone(entry_.unique);
         }
@@ -296,6 +313,35 @@ FolderPtr makeFolder(const TreePtr& tree, const FolderNode& node) {
     return std::make_shared<MaildirFolder>(tree, node);
 }
 
+// The one report of what the listings passed over: how many messages could not be read, and in
+// which folders, and the folders whose names are no folder name.
+QString readNotesText(const Skipped& skipped) {
+    constexpr std::size_t kShown = 10;
+    QStringList lines;
+    if (const std::size_t count = skipped.unreadable.size(); count > 0) {
+        std::map<std::string, int> perDir;
+        for (const std::string& path : skipped.unreadable) {
+            ++perDir[path.substr(0, path.rfind('/'))];
+        }
+        lines << (count == 1 ? QStringLiteral("1 message could not be read and is not listed:")
+                             : QStringLiteral("%1 messages could not be read and are not listed:")
+                                   .arg(count));
+        std::size_t shown = 0;
+        for (const auto& [dir, n] : perDir) {
+            if (++shown > kShown) {
+                lines << QStringLiteral("and %1 more folders").arg(perDir.size() - kShown);
+                break;
+            }
+            lines << QStringLiteral("%1 (%2)").arg(QString::fromStdString(dir)).arg(n);
+        }
+    }
+    for (const std::string& dir : skipped.folders) {
+        lines << QStringLiteral("The folder %1 is not shown: its name is not a valid folder name.")
+                     .arg(QString::fromStdString(dir));
+    }
+    return lines.join(QStringLiteral("\r\n"));
+}
+
 class MaildirStore : public outlook::Store {
   public:
     explicit MaildirStore(TreePtr tree) : tree_(std::move(tree)) {}
@@ -313,7 +359,7 @@ class MaildirStore : public outlook::Store {
         return makeFolder(tree_, *tree_->folder(*key));
     }
     ItemPtr GetItemFromID(const QString& entryID) const override {
-        std::optional<Location> where = tree_->locate(uniqueOf(entryID), lastFound_);
+        std::optional<Location> where = tree_->locate(entryID, lastFound_);
         if (!where) {
             throw Failure(err::kAutomation,
                           QStringLiteral("The operation failed. An object could not be found: "
@@ -326,6 +372,9 @@ class MaildirStore : public outlook::Store {
     }
     QString StoreID() const override { return tree_->storeId(); }
     QString location() const override { return QStringLiteral("maildir:") + tree_->storeId(); }
+    void beginChanges() override { tree_->beginChanges(); }
+    void endChanges() override { tree_->endChanges(); }
+    QString takeReadNotes() override { return readNotesText(tree_->takeSkipped()); }
 
   private:
     TreePtr tree_;

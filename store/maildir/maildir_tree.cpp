@@ -87,22 +87,19 @@ void listDir(const std::string& dir, Visit visit) {
     ::closedir(listing);
 }
 
-void listMessages(const std::string& dir, bool inNew, std::vector<IndexEntry>& out) {
-    listDir(dir, [&](int fd, const dirent* entry) {
-        if (entry->d_name[0] == '.') {
-            return;
-        }
-        bool regular = entry->d_type == DT_REG;
-        if (entry->d_type == DT_UNKNOWN) {
-            struct stat st {};
-            regular =
-                ::fstatat(fd, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(st.st_mode);
-        }
-        if (regular) {
-            MessageName name = splitMessageName(entry->d_name);
-            out.push_back({std::move(name.unique), std::move(name.info), inNew});
-        }
-    });
+// True when this process may read a file with these attributes.
+bool readable(int dir, const char* name, const struct stat& st, uid_t me) {
+    if (me == 0) {
+        return true;
+    }
+    if (st.st_uid == me) {
+        return (st.st_mode & S_IRUSR) != 0;
+    }
+    return ::faccessat(dir, name, R_OK, AT_EACCESS) == 0;
+}
+
+std::int64_t nanosOf(const timespec& t) {
+    return std::int64_t(t.tv_sec) * 1000000000 + t.tv_nsec;
 }
 
 // A rename that never replaces a file already at the target.
@@ -129,6 +126,9 @@ void makeDir(const std::string& path) {
     }
 }
 
+// Junk folders count as the store's standard folders but carry no protected name.
+constexpr long kJunkFolder = 23;
+
 std::vector<std::string> splitParts(std::string_view dirName) {
     std::vector<std::string> parts;
     std::size_t start = 1;
@@ -145,7 +145,7 @@ std::vector<std::string> splitParts(std::string_view dirName) {
 }  // namespace
 
 MaildirTree::MaildirTree(std::string root, QString account)
-    : root_(std::move(root)), account_(std::move(account)) {
+    : root_(std::move(root)), account_(std::move(account)), cache_(root_) {
     std::vector<std::string> leftovers;
     listDir(root_, [&](int, const dirent* entry) {
         if (std::string_view(entry->d_name).substr(0, kRemovingPrefix.size()) == kRemovingPrefix &&
@@ -189,6 +189,7 @@ MaildirTree::FileAt MaildirTree::fileAt(const std::string& folder, bool inNew,
 }
 
 int MaildirTree::openMessage(const std::string& folder, const IndexEntry& entry) {
+    settle();
     const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
     const int fd = ::openat(file.dir, file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0 && errno != ENOENT && errno != ELOOP) {
@@ -222,9 +223,21 @@ void MaildirTree::rebuildFolders() {
     std::vector<std::string> names;
     listDir(root_, [&](int, const dirent* entry) { names.emplace_back(entry->d_name); });
     for (const std::string& dirName : names) {
+        const std::string dir = root_ + "/" + dirName;
+        // Dovecot lists a folder that has only new/ so far; cur/ is made when a message moves in.
+        struct stat cur {};
+        const bool noCur = ::lstat((dir + "/cur").c_str(), &cur) != 0 && errno == ENOENT;
+        if (dirName[0] != '.' || dirName == "." || dirName == ".." || !isRealDir(dir) ||
+            !(S_ISDIR(cur.st_mode) || (noCur && isRealDir(dir + "/new")))) {
+            continue;
+        }
         const std::optional<QStringList> path = folderPathOf(dirName);
-        if (!path || !isRealDir(root_ + "/" + dirName) ||
-            !isRealDir(root_ + "/" + dirName + "/cur")) {
+        if (!path) {
+            // A mail folder all the same: say once that it is not shown, rather than drop it
+            // without a word.
+            if (reported_.insert(dir).second) {
+                skipped_.folders.push_back(dir);
+            }
             continue;
         }
         const bool underInbox =
@@ -248,23 +261,47 @@ void MaildirTree::rebuildFolders() {
         }
         folders_[key].onDisk = true;
     }
+    for (const std::string& key : ghosts_) {
+        std::string parent = kTopKey;
+        if (const std::size_t dot = key.rfind('.'); dot != 0 && dot != std::string::npos) {
+            parent = key.substr(0, dot);
+        }
+        if (parent == ".INBOX") {
+            parent = kInboxKey;
+        }
+        if (folders_.count(key) != 0 || folders_.count(parent) == 0) {
+            continue;  // there again by itself, or its parent has gone too
+        }
+        FolderNode& node = folders_[key];
+        node.key = key;
+        node.parent = parent;
+        node.name = decodeFolderName(std::string_view(key).substr(key.rfind('.') + 1));
+        folders_[parent].children.push_back(key);
+    }
     ensureTrash();
 
     FolderNode& topNow = folders_[kTopKey];
-    auto assign = [&](std::initializer_list<const char*> candidates, long type) {
+    // Dovecot's and Thunderbird's names for the standard folders. Sent and Drafts show under the
+    // names the folder rules protect, as the Trash shows as Deleted Items.
+    auto assign = [&](std::initializer_list<const char*> candidates, long type, QString shown) {
         for (const char* name : candidates) {
             for (const std::string& key : topNow.children) {
                 FolderNode& node = folders_[key];
-                if (node.defaultFolder == 0 &&
+                if (node.defaultFolder == 0 && node.onDisk &&
                     node.name.compare(QLatin1String(name), Qt::CaseInsensitive) == 0) {
                     node.defaultFolder = type;
+                    if (!shown.isEmpty()) {
+                        node.name = shown;
+                    }
                     return;
                 }
             }
         }
     };
-    assign({"Sent Items", "Sent", "Sent Messages", "Sent Mail"}, outlook::olFolderSentMail);
-    assign({"Drafts"}, outlook::olFolderDrafts);
+    assign({"Sent Items", "Sent", "Sent Messages", "Sent Mail"}, outlook::olFolderSentMail,
+           QStringLiteral("Sent Items"));
+    assign({"Drafts"}, outlook::olFolderDrafts, QStringLiteral("Drafts"));
+    assign({"Junk", "Spam", "Junk E-mail"}, kJunkFolder, {});
     for (auto& [key, node] : folders_) {
         std::sort(node.children.begin(), node.children.end(),
                   [this](const std::string& a, const std::string& b) {
@@ -316,7 +353,8 @@ void MaildirTree::ensureTrash() {
         top.children.push_back(trash);
     }
     FolderNode& node = folders_[trash];
-    if (!node.onDisk || !isRealDir(dirOf(trash) + "/new") || !isRealDir(dirOf(trash) + "/tmp")) {
+    if (!node.onDisk || !isRealDir(dirOf(trash) + "/cur") || !isRealDir(dirOf(trash) + "/new") ||
+        !isRealDir(dirOf(trash) + "/tmp")) {
         makeDir(dirOf(trash));
         for (const char* sub : {"/cur", "/new", "/tmp"}) {
             makeDir(dirOf(trash) + sub);
@@ -329,6 +367,7 @@ void MaildirTree::ensureTrash() {
     trashKey_ = trash;
 }
 
+// A waiting move changes no folder, so looking at the folders leaves it waiting.
 const FolderNode* MaildirTree::folder(const std::string& key) {
     if (!haveFolders_ || !sameTime(mtimeOf(root_), rootTime_)) {
         rebuildFolders();
@@ -366,11 +405,57 @@ void MaildirTree::rescan(const std::string& key, Messages& messages) {
         listMessages(dir + "/cur", false, listing);
         listMessages(dir + "/new", true, listing);
     }
-    messages.index.merge(std::move(listing));
+    // A name that another folder lists already (a copy, a hard link) is told apart by its folder.
+    messages.index.merge(std::move(listing), [&](IndexEntry& entry) {
+        if (messages_.size() < 2) {
+            return;
+        }
+        const std::string stem = stemOf(entry.unique);
+        for (const auto& [other, theirs] : messages_) {
+            const IndexEntry* twin = other == key ? nullptr : theirs.index.find(stem);
+            if (twin != nullptr && twin->id.empty()) {
+                entry.id = (maildir::entryIdOf(key) + QLatin1Char('/') + maildir::entryIdOf(stem))
+                               .toUtf8()
+                               .toStdString();
+                namedAt_[entry.id] = {key, stem};
+                return;
+            }
+        }
+    });
     messages.loaded = true;
 }
 
+void MaildirTree::listMessages(const std::string& dir, bool inNew, std::vector<IndexEntry>& out) {
+    const uid_t me = ::geteuid();
+    listDir(dir, [&](int fd, const dirent* entry) {
+        if (entry->d_name[0] == '.' || (entry->d_type != DT_REG && entry->d_type != DT_UNKNOWN)) {
+            return;
+        }
+        struct stat st {};
+        if (::fstatat(fd, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode)) {
+            return;
+        }
+        if (!readable(fd, entry->d_name, st, me)) {
+            // Left alone and not listed; the user hears of it once, after loading.
+            std::string path = dir + "/" + entry->d_name;
+            if (reported_.insert(path).second) {
+                skipped_.unreadable.push_back(std::move(path));
+            }
+            return;
+        }
+        MessageName name = splitMessageName(entry->d_name);
+        IndexEntry listed;
+        listed.unique = std::move(name.unique);
+        listed.info = std::move(name.info);
+        listed.inNew = inNew;
+        listed.size = st.st_size;
+        listed.mtime = nanosOf(st.st_mtim);
+        out.push_back(std::move(listed));
+    });
+}
+
 MessageIndex& MaildirTree::messages(const std::string& key, bool checkChanges) {
+    settle();
     const bool wasLoaded = messages_.count(key) != 0 && messages_[key].loaded;
     Messages& messages = loaded(key);
     if (checkChanges && wasLoaded && key != kTopKey) {
@@ -391,25 +476,36 @@ void MaildirTree::noteOwnChange(const std::string& key, bool inNew) {
     }
 }
 
-std::optional<Location> MaildirTree::locate(const std::string& unique, const std::string& hint) {
-    auto lookIn = [&](const std::string& key) -> std::optional<Location> {
-        auto found = messages_.find(key);
-        if (found == messages_.end() || !found->second.loaded) {
-            return std::nullopt;
-        }
-        const IndexEntry* entry = found->second.index.find(unique);
-        if (entry == nullptr) {
-            return std::nullopt;
-        }
-        struct stat st {};
-        const FileAt file = fileAt(key, entry->inNew, entry->unique + entry->info);
-        if (::fstatat(file.dir, file.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
-            rescan(key, found->second);  // changed behind our back: look again below
-            return std::nullopt;
-        }
-        return Location{key, *entry};
-    };
-    if (auto here = lookIn(hint)) {
+QString MaildirTree::idOf(const IndexEntry& entry) {
+    if (!entry.id.empty()) {
+        return QString::fromUtf8(entry.id.data(), static_cast<qsizetype>(entry.id.size()));
+    }
+    return maildir::entryIdOf(stemOf(entry.unique));
+}
+
+std::optional<Location> MaildirTree::lookIn(const std::string& key, const std::string& stem,
+                                            const std::string& id) {
+    auto found = messages_.find(key);
+    if (found == messages_.end() || !found->second.loaded) {
+        return std::nullopt;
+    }
+    const IndexEntry* entry = found->second.index.find(stem);
+    if (entry == nullptr || entry->id != id) {
+        return std::nullopt;
+    }
+    struct stat st {};
+    const FileAt file = fileAt(key, entry->inNew, entry->unique + entry->info);
+    if (::fstatat(file.dir, file.name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+        rescan(key, found->second);  // changed behind our back: look again below
+        return std::nullopt;
+    }
+    return Location{key, *entry};
+}
+
+// id is empty for a message whose EntryID is its stem.
+std::optional<Location> MaildirTree::search(const std::string& stem, const std::string& id,
+                                            const std::string& hint) {
+    if (auto here = lookIn(hint, stem, id)) {
         return here;
     }
     std::vector<std::string> keys;
@@ -417,7 +513,7 @@ std::optional<Location> MaildirTree::locate(const std::string& unique, const std
         keys.push_back(key);
     }
     for (const std::string& key : keys) {
-        if (auto there = lookIn(key)) {
+        if (auto there = lookIn(key, stem, id)) {
             return there;
         }
     }
@@ -431,86 +527,216 @@ std::optional<Location> MaildirTree::locate(const std::string& unique, const std
     }
     for (const std::string& key : keys) {
         messages(key, true);
-        if (auto there = lookIn(key)) {
+        if (auto there = lookIn(key, stem, id)) {
             return there;
         }
     }
     return std::nullopt;
 }
 
-IndexEntry MaildirTree::requireIn(const std::string& folder, const std::string& unique) {
+std::optional<Location> MaildirTree::locate(const QString& entryId, const std::string& hint) {
+    if (pending_ && idOf(pending_->from) == entryId) {
+        return Location{trashKey_, pending_->to};
+    }
+    settle();
+    const std::string text = entryId.toUtf8().toStdString();
+    if (auto named = namedAt_.find(text); named != namedAt_.end()) {
+        const auto [key, stem] = named->second;  // copies: a rescan may drop the map's entry
+        if (auto there = lookIn(key, stem, text)) {
+            return there;
+        }
+        if (auto there = search(stem, text, key)) {
+            return there;
+        }
+        return std::nullopt;
+    }
+    const qsizetype slash = entryId.indexOf(QLatin1Char('/'));
+    if (slash >= 0) {
+        // A copy's EntryID names its folder: that folder may not have been read yet.
+        const std::string key = uniqueOf(entryId.left(slash));
+        if (folder(key) == nullptr || !folders_[key].onDisk) {
+            return std::nullopt;
+        }
+        messages(key, true);
+        return lookIn(key, uniqueOf(entryId.mid(slash + 1)), text);
+    }
+    return search(uniqueOf(entryId), {}, hint);
+}
+
+IndexEntry MaildirTree::requireIn(const std::string& folder, const IndexEntry& listed) {
+    const std::string stem = stemOf(listed.unique);
     Messages& messages = loaded(folder);
-    if (const IndexEntry* entry = messages.index.find(unique)) {
+    const IndexEntry* entry = messages.index.find(stem);
+    if (entry == nullptr || entry->id != listed.id) {
+        rescan(folder, messages);
+        entry = messages.index.find(stem);
+    }
+    if (entry != nullptr && entry->id == listed.id) {
         return *entry;
     }
-    rescan(folder, messages);
-    if (const IndexEntry* entry = messages.index.find(unique)) {
-        return *entry;
-    }
-    if (locate(unique, folder)) {
+    if (locate(idOf(listed), folder)) {
         throw Failure(err::kAutomation,
                       QStringLiteral("The operation failed. Another program has moved the message "
                                      "%1 to another folder since it was read; it was left there.")
-                          .arg(nameText(unique)));
+                          .arg(nameText(listed.unique)));
     }
-    messageGone(unique);
+    messageGone(listed.unique);
 }
 
-std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
-                                                      const std::string& unique) {
-    return deleteMessage(folder, unique, true);
+void MaildirTree::settle() {
+    if (pending_) {
+        const PendingMove move = std::move(*pending_);
+        pending_.reset();
+        moveToTrash(move.folder, move.from, true);
+    }
 }
 
-std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
-                                                      const std::string& unique,
-                                                      bool mayRemakeTrash) {
+void MaildirTree::beginChanges() {
+    settle();
+    grouping_ = true;
+}
+
+void MaildirTree::endChanges() {
+    grouping_ = false;
+    settle();
+}
+
+void MaildirTree::noteUnreadable(const std::string& path) {
+    if (reported_.insert(path).second) {
+        skipped_.unreadable.push_back(path);
+    }
+}
+
+Skipped MaildirTree::takeSkipped() {
+    return std::exchange(skipped_, {});
+}
+
+KeywordTable& MaildirTree::keywordsOf(const std::string& key) {
+    KeywordTable& table = keywords_[key];
+    table.load(dirOf(key));
+    return table;
+}
+
+// A unique name as a delivery agent makes one: the time, the microseconds, our process and a
+// counter, and the host.
+std::string MaildirTree::freshUnique() {
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    char host[256] = "localhost";
+    ::gethostname(host, sizeof host - 1);
+    std::string safeHost;
+    for (const char* c = host; *c != '\0'; ++c) {
+        safeHost += *c == '/'   ? std::string("\\057")
+                    : *c == ':' ? std::string("\\072")
+                                : std::string(1, *c);
+    }
+    return std::to_string(now.tv_sec) + ".M" + std::to_string(now.tv_nsec / 1000) + "P" +
+           std::to_string(::getpid()) + "Q" + std::to_string(++renames_) + "." + safeHost;
+}
+
+IndexEntry MaildirTree::movedEntry(const std::string& folder, const IndexEntry& entry) {
+    IndexEntry moved = entry;
+    moved.inNew = false;
+    // mbsync's UID belongs to the folder the message leaves: without it, mbsync uploads the
+    // message to Deleted Items as a new one instead of finding a duplicate UID there.
+    moved.unique = stemOf(entry.unique);
+    Messages& bin = loaded(trashKey_);
+    if (bin.index.find(moved.unique) != nullptr) {
+        moved.unique = freshUnique();
+    }
+    if (moved.id.empty() && moved.unique != stemOf(entry.unique)) {
+        moved.id = maildir::entryIdOf(stemOf(entry.unique)).toUtf8().toStdString();
+    }
+    std::string flags(flagsOf(entry.info));
+    if (std::any_of(flags.begin(), flags.end(), [](char c) { return c >= 'a' && c <= 'z'; })) {
+        flags = translateFlags(flags, keywordsOf(folder), keywordsOf(trashKey_), dirOf(trashKey_));
+    }
+    moved.info = infoWith(std::move(flags));
+    return moved;
+}
+
+void MaildirTree::unlinkMessage(const std::string& folder, const IndexEntry& listed) {
+    IndexEntry entry = requireIn(folder, listed);
+    auto attempt = [&] {
+        const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
+        return ::unlinkat(file.dir, file.name.c_str(), 0) == 0 ? 0 : errno;
+    };
+    int error = attempt();
+    if (error == ENOENT) {
+        // Once more after a fresh look when the file has changed its name (new flags) meanwhile.
+        rescan(folder, messages_[folder]);
+        entry = requireIn(folder, listed);
+        error = attempt();
+    }
+    if (error == ENOENT) {
+        messageGone(listed.unique);
+    }
+    if (error != 0) {
+        fileFailure(QStringLiteral("Cannot delete the message"), pathOf(folder, entry), error);
+    }
+    messages_[folder].index.erase(stemOf(entry.unique));
+    if (!entry.id.empty()) {
+        namedAt_.erase(entry.id);
+    }
+    noteOwnChange(folder, entry.inNew);
+}
+
+std::optional<Location> MaildirTree::deleteMessage(const std::string& folder,
+                                                   const IndexEntry& entry) {
+    if (pending_ && folder == trashKey_ && idOf(pending_->to) == idOf(entry) &&
+        stemOf(pending_->to.unique) == stemOf(entry.unique)) {
+        // Moved and deleted in one group: the file goes from where it still lies.
+        const PendingMove move = std::move(*pending_);
+        pending_.reset();
+        unlinkMessage(move.folder, move.from);
+        return std::nullopt;
+    }
+    settle();
     // The tree as last read: a Deleted Items folder removed since is noticed by the move failing,
     // which has the tree read again.
     if (!haveFolders_) {
         rebuildFolders();
     }
-    const std::string trash = trashKey_;
-    IndexEntry entry = requireIn(folder, unique);
-    // Once more after a fresh look when the file has changed its name (new flags) meanwhile.
-    auto retrying = [&](auto attempt) {
-        int error = attempt(entry);
-        if (error == ENOENT) {
-            rescan(folder, messages_[folder]);
-            entry = requireIn(folder, unique);
-            error = attempt(entry);
-        }
-        return error;
-    };
-    if (folder == trash) {
-        const int error = retrying([this, &folder](const IndexEntry& e) {
-            const FileAt file = fileAt(folder, e.inNew, e.unique + e.info);
-            return ::unlinkat(file.dir, file.name.c_str(), 0) == 0 ? 0 : errno;
-        });
-        if (error == ENOENT) {
-            messageGone(unique);
-        }
-        if (error != 0) {
-            fileFailure(QStringLiteral("Cannot delete the message"), pathOf(folder, entry), error);
-        }
-        messages_[folder].index.erase(unique);
-        noteOwnChange(folder, entry.inNew);
+    if (folder == trashKey_) {
+        unlinkMessage(folder, entry);
         return std::nullopt;
     }
-    Messages& bin = loaded(trash);
-    auto alreadyThere = [&unique] {
-        throw Failure(err::kAutomation,
-                      QStringLiteral("The operation failed. \"Deleted Items\" already holds a "
-                                     "message named %1; the message was left where it is.")
-                          .arg(nameText(unique)));
-    };
-    if (bin.index.find(unique) != nullptr) {
-        alreadyThere();
+    if (grouping_) {
+        const IndexEntry current = requireIn(folder, entry);
+        pending_ = PendingMove{folder, current, movedEntry(folder, current)};
+        return Location{trashKey_, pending_->to};
     }
-    auto infoIn = [](const IndexEntry& e) { return e.info.empty() ? std::string(":2,") : e.info; };
-    const int error = retrying([&](const IndexEntry& e) {
-        return renameNoReplace(fileAt(folder, e.inNew, e.unique + e.info),
-                               fileAt(trash, false, unique + infoIn(e)));
-    });
+    return moveToTrash(folder, entry, true);
+}
+
+std::optional<Location> MaildirTree::moveToTrash(const std::string& folder,
+                                                 const IndexEntry& listed, bool mayRemakeTrash) {
+    const std::string trash = trashKey_;
+    IndexEntry entry = requireIn(folder, listed);
+    IndexEntry moved = movedEntry(folder, entry);
+    auto attempt = [&] {
+        return renameNoReplace(fileAt(folder, entry.inNew, entry.unique + entry.info),
+                               fileAt(trash, false, moved.unique + moved.info));
+    };
+    int error = attempt();
+    if (error == ENOENT) {
+        // Once more after a fresh look when the file has changed its name (new flags) meanwhile.
+        rescan(folder, messages_[folder]);
+        entry = requireIn(folder, listed);
+        moved = movedEntry(folder, entry);
+        error = attempt();
+    }
+    if (error == EEXIST) {
+        // Another program put a file of that name there meanwhile: ours takes a new name.
+        moved = movedEntry(folder, entry);
+        if (moved.unique == stemOf(entry.unique)) {
+            moved.unique = freshUnique();
+            if (moved.id.empty()) {
+                moved.id = maildir::entryIdOf(stemOf(entry.unique)).toUtf8().toStdString();
+            }
+        }
+        error = attempt();
+    }
     if (error == ENOENT) {
         struct stat st {};
         const FileAt source = fileAt(folder, entry.inNew, entry.unique + entry.info);
@@ -518,30 +744,32 @@ std::optional<std::string> MaildirTree::deleteMessage(const std::string& folder,
             // Deleted Items itself is gone: reading the tree again makes it anew.
             if (mayRemakeTrash) {
                 rebuildFolders();
-                return deleteMessage(folder, unique, false);
+                return moveToTrash(folder, listed, false);
             }
             throw Failure(err::kAutomation,
                           QStringLiteral("The operation failed. The \"Deleted Items\" folder has "
                                          "been deleted by another program; the message %1 was "
                                          "left where it is.")
-                              .arg(nameText(unique)));
+                              .arg(nameText(entry.unique)));
         }
-        messageGone(unique);
-    }
-    if (error == EEXIST) {
-        alreadyThere();
+        messageGone(entry.unique);
     }
     if (error != 0) {
         fileFailure(QStringLiteral("Cannot move the message"), pathOf(folder, entry), error);
     }
-    messages_[folder].index.erase(unique);
-    bin.index.append({unique, infoIn(entry), false});
+    messages_[folder].index.erase(stemOf(entry.unique));
+    Messages& bin = loaded(trash);
+    bin.index.append(moved);
+    if (!moved.id.empty()) {
+        namedAt_[moved.id] = {trash, moved.unique};
+    }
     noteOwnChange(folder, entry.inNew);
     noteOwnChange(trash, false);
-    return trash;
+    return Location{trash, moved};
 }
 
 void MaildirTree::removeAt(const std::string& folder, long position) {
+    settle();
     Messages& messages = loaded(folder);
     const IndexEntry entry = messages.index.at(position);
     const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
@@ -557,11 +785,15 @@ void MaildirTree::removeAt(const std::string& folder, long position) {
         }
         fileFailure(QStringLiteral("Cannot delete the message"), pathOf(folder, entry), error);
     }
-    messages.index.erase(entry.unique);
+    messages.index.erase(stemOf(entry.unique));
+    if (!entry.id.empty()) {
+        namedAt_.erase(entry.id);
+    }
     noteOwnChange(folder, entry.inNew);
 }
 
 void MaildirTree::removeFolder(const std::string& parent, long position) {
+    settle();
     const FolderNode* node = folder(parent);
     if (node == nullptr) {
         throw Failure(err::kAutomation,
@@ -571,7 +803,7 @@ void MaildirTree::removeFolder(const std::string& parent, long position) {
         throw Failure(err::kAutomation, QStringLiteral("Array index out of bounds."));
     }
     const FolderNode& child = folders_.at(node->children[static_cast<std::size_t>(position - 1)]);
-    if (child.defaultFolder != 0) {
+    if (child.defaultFolder != 0 && child.defaultFolder != kJunkFolder) {
         throw Failure(err::kAutomation,
                       QStringLiteral("Cannot delete this folder. \"%1\" is a standard folder of "
                                      "the store.")
@@ -584,6 +816,26 @@ void MaildirTree::removeFolder(const std::string& parent, long position) {
             doomed.push_back(key);
         }
     }
+    // Dovecot lists a subscribed folder in LSUB whether or not it is still there.
+    std::vector<std::string> names{child.key};
+    for (const auto& [key, each] : folders_) {
+        if (key.compare(0, below.size(), below) == 0) {
+            names.push_back(key);
+        }
+    }
+    // Parents that were there only through this folder go with it; a run that deletes them
+    // next still finds them, empty.
+    for (std::string above = child.parent; above != kTopKey && above != kInboxKey;) {
+        const FolderNode& up = folders_.at(above);
+        if (up.onDisk) {
+            break;
+        }
+        ghosts_.insert(above);
+        above = up.parent;
+    }
+    std::erase_if(ghosts_, [&](const std::string& key) {
+        return key == child.key || key.compare(0, below.size(), below) == 0;
+    });
     std::vector<std::string> aside;
     for (const std::string& key : doomed) {
         std::string target = root_ + "/" + std::string(kRemovingPrefix) +
@@ -599,6 +851,7 @@ void MaildirTree::removeFolder(const std::string& parent, long position) {
         messages_.erase(key);
     }
     haveFolders_ = false;
+    unsubscribe(root_, names);
     for (const std::string& path : aside) {
         std::error_code error;
         std::filesystem::remove_all(path, error);

@@ -5,11 +5,14 @@
 #include <QString>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "store/maildir/dovecot_files.h"
+#include "store/maildir/header_cache.h"
 #include "store/maildir/message_index.h"
 
 // The file-system side of a Maildir++ store: its folders and each folder's messages, and every
@@ -33,6 +36,12 @@ struct Location {
     IndexEntry entry;
 };
 
+// Files and folders the listing passed over, for the one report after loading.
+struct Skipped {
+    std::vector<std::string> unreadable;  // message files that cannot be read
+    std::vector<std::string> folders;     // directories whose names are no folder name
+};
+
 class MaildirTree {
   public:
     static constexpr const char* kTopKey = "/";
@@ -53,8 +62,10 @@ class MaildirTree {
     // was last read is read again (a merge that keeps the order of what was known).
     MessageIndex& messages(const std::string& key, bool checkChanges);
 
-    // Finds a message: in the hinted folder first, then everywhere else.
-    std::optional<Location> locate(const std::string& unique, const std::string& hint);
+    // The EntryID of a listed message.
+    static QString idOf(const IndexEntry& entry);
+    // Finds a message by its EntryID: in the hinted folder first, then everywhere else.
+    std::optional<Location> locate(const QString& entryId, const std::string& hint);
     // The message's file, for reading.
     std::string pathOf(const std::string& folder, const IndexEntry& entry) const;
     // Opens the message's file for reading, never through a symbolic link; -1 when it is not
@@ -62,12 +73,28 @@ class MaildirTree {
     int openMessage(const std::string& folder, const IndexEntry& entry);
 
     // Item.Delete: moves the message into the Deleted Items folder, or deletes it for good
-    // there. Returns the folder it lies in afterwards (empty when deleted).
-    std::optional<std::string> deleteMessage(const std::string& folder, const std::string& unique);
+    // there. Returns where it lies afterwards (nothing when deleted). The moved file loses
+    // mbsync's UID field and, when Deleted Items holds its name already, gets a new name; its
+    // flags stay and its keywords are spelled with Deleted Items' own letters.
+    std::optional<Location> deleteMessage(const std::string& folder, const IndexEntry& entry);
     // Items.Remove: deletes the message at a 0-based position for good.
     void removeAt(const std::string& folder, long position);
-    // Folders.Remove: deletes a sub-folder with its sub-folders and messages for good.
+    // Folders.Remove: deletes a sub-folder with its sub-folders and messages for good, and takes
+    // them out of Dovecot's subscriptions.
     void removeFolder(const std::string& parent, long position);
+
+    // Between these two, a move to Deleted Items waits until the next change: when that change
+    // deletes the same message for good, the two together are one unlink. Anything else carries
+    // the waiting move out first, so a process killed meanwhile finds the message where it was.
+    void beginChanges();
+    void endChanges();
+
+    // What the listings have passed over since the last call.
+    Skipped takeSkipped();
+    // A message file that could be listed but not read.
+    void noteUnreadable(const std::string& path);
+    // The header fields kept from earlier runs.
+    HeaderCache& headerCache() { return cache_; }
 
   private:
     // An open directory, so that opening a message needs no walk of its whole path.
@@ -103,25 +130,55 @@ class MaildirTree {
     };
     FileAt fileAt(const std::string& folder, bool inNew, const std::string& name);
 
+    // A move to Deleted Items that waits for the next change.
+    struct PendingMove {
+        std::string folder;
+        IndexEntry from;
+        IndexEntry to;  // as it will lie in Deleted Items
+    };
+
     void rebuildFolders();
     void ensureTrash();
     void forgetReplacedFolders();
     Messages& loaded(const std::string& key);
     void rescan(const std::string& key, Messages& messages);
+    void listMessages(const std::string& dir, bool inNew, std::vector<IndexEntry>& out);
     void noteOwnChange(const std::string& key, bool inNew);
-    IndexEntry requireIn(const std::string& folder, const std::string& unique);
-    std::optional<std::string> deleteMessage(const std::string& folder, const std::string& unique,
-                                             bool mayRemakeTrash);
+    void settle();
+    IndexEntry requireIn(const std::string& folder, const IndexEntry& listed);
+    std::optional<Location> lookIn(const std::string& key, const std::string& stem,
+                                   const std::string& id);
+    std::optional<Location> search(const std::string& stem, const std::string& id,
+                                   const std::string& hint);
+    IndexEntry movedEntry(const std::string& folder, const IndexEntry& entry);
+    std::string freshUnique();
+    void unlinkMessage(const std::string& folder, const IndexEntry& entry);
+    std::optional<Location> moveToTrash(const std::string& folder, const IndexEntry& entry,
+                                        bool mayRemakeTrash);
+    void carryOut(const PendingMove& move);
+    KeywordTable& keywordsOf(const std::string& key);
     std::string dirOf(const std::string& key) const;
 
     std::string root_;
     QString account_;
+    HeaderCache cache_;
     std::map<std::string, FolderNode> folders_;
     timespec rootTime_{};
     std::string trashKey_;
     bool haveFolders_ = false;
     std::unordered_map<std::string, Messages> messages_;
+    // EntryIDs that are not their message's stem, and the folder that holds each now.
+    std::unordered_map<std::string, std::pair<std::string, std::string>> namedAt_;  // folder, stem
+    std::unordered_map<std::string, KeywordTable> keywords_;
+    // Folders that were there only through sub-folders we removed: kept, empty, until they are
+    // removed themselves, so that a run that deletes them finds them.
+    std::set<std::string> ghosts_;
+    std::optional<PendingMove> pending_;
+    bool grouping_ = false;
+    Skipped skipped_;
+    std::set<std::string> reported_;
     int removals_ = 0;
+    long renames_ = 0;
 };
 
 }  // namespace tf::store::maildir

@@ -6,6 +6,7 @@
 #undef signals
 #include <gmime/gmime.h>
 
+#include <QStringDecoder>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -49,12 +50,133 @@ bool isPlainAscii(const QByteArray& text) {
     return !text.contains("=?");
 }
 
+// Raw 8-bit header text: UTF-8 when it is valid UTF-8, else Latin-1.
+QString fromRaw(const QByteArray& bytes) {
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = utf8(bytes);
+    return utf8.hasError() ? QString::fromLatin1(bytes) : text;
+}
+
+QString fromCharset(const QByteArray& bytes, const QByteArray& charset) {
+    if (charset.compare("utf-8", Qt::CaseInsensitive) == 0 ||
+        charset.compare("us-ascii", Qt::CaseInsensitive) == 0) {
+        return fromRaw(bytes);
+    }
+    gsize written = 0;
+    GText converted(g_convert(bytes.constData(), bytes.size(), "UTF-8", charset.constData(),
+                              nullptr, &written, nullptr));
+    if (!converted) {
+        return fromRaw(bytes);
+    }
+    return QString::fromUtf8(converted.get(), static_cast<qsizetype>(written));
+}
+
+// One RFC 2047 encoded word: its charset and its payload decoded from B or Q.
+struct EncodedWord {
+    QByteArray charset;
+    QByteArray bytes;
+    qsizetype end = 0;  // just after its "?="
+};
+
+std::optional<EncodedWord> encodedWordAt(const QByteArray& text, qsizetype at) {
+    if (!text.mid(at, 2).startsWith("=?")) {
+        return std::nullopt;
+    }
+    const qsizetype charsetEnd = text.indexOf('?', at + 2);
+    if (charsetEnd < 0 || charsetEnd + 3 > text.size() || text[charsetEnd + 2] != '?') {
+        return std::nullopt;
+    }
+    const char encoding = text[charsetEnd + 1];
+    const qsizetype payloadEnd = text.indexOf("?=", charsetEnd + 3);
+    if (payloadEnd < 0) {
+        return std::nullopt;
+    }
+    const QByteArray payload = text.mid(charsetEnd + 3, payloadEnd - charsetEnd - 3);
+    if (payload.contains(' ') || payload.contains('\t')) {
+        return std::nullopt;
+    }
+    EncodedWord word;
+    word.charset = text.mid(at + 2, charsetEnd - at - 2);
+    if (const qsizetype star = word.charset.indexOf('*'); star >= 0) {
+        word.charset.truncate(star);  // RFC 2231 language
+    }
+    if (encoding == 'B' || encoding == 'b') {
+        word.bytes = QByteArray::fromBase64(payload);
+    } else if (encoding == 'Q' || encoding == 'q') {
+        for (qsizetype i = 0; i < payload.size(); ++i) {
+            const char c = payload[i];
+            if (c == '_') {
+                word.bytes += ' ';
+            } else if (c == '=' && i + 2 < payload.size()) {
+                bool ok = false;
+                const int value = payload.mid(i + 1, 2).toInt(&ok, 16);
+                word.bytes += ok ? static_cast<char>(value) : c;
+                i += ok ? 2 : 0;
+            } else {
+                word.bytes += c;
+            }
+        }
+    } else {
+        return std::nullopt;
+    }
+    word.end = payloadEnd + 2;
+    return word;
+}
+
+// Each encoded word is decoded on its own: a base64 word that ends in padding cannot be joined to
+// the next before decoding. The bytes of neighbouring words in one charset are joined before the
+// charset is applied, since mailers split a character across two words.
 QString decodeText(const QByteArray& value) {
     if (isPlainAscii(value)) {
         return QString::fromLatin1(value);
     }
-    ensureGMime();
-    return fromGText(GText(g_mime_utils_header_decode_text(nullptr, value.constData())));
+    QString out;
+    QByteArray plain;
+    QByteArray run;  // bytes of neighbouring encoded words in runCharset
+    QByteArray runCharset;
+    qsizetype pendingSpace = -1;  // where the blanks after an encoded word began
+    auto flushRun = [&] {
+        if (!runCharset.isNull()) {
+            out += fromCharset(run, runCharset);
+            run.clear();
+            runCharset = QByteArray();
+        }
+    };
+    qsizetype i = 0;
+    while (i < value.size()) {
+        if (std::optional<EncodedWord> word = encodedWordAt(value, i)) {
+            out += fromRaw(plain);
+            plain.clear();
+            if (runCharset.isNull() ||
+                word->charset.compare(runCharset, Qt::CaseInsensitive) != 0) {
+                flushRun();
+                runCharset = word->charset.isEmpty() ? QByteArray("") : word->charset;
+            }
+            run += word->bytes;
+            pendingSpace = -1;
+            i = word->end;
+            // Blanks between two encoded words are dropped; before other text they stay.
+            qsizetype j = i;
+            while (j < value.size() && (value[j] == ' ' || value[j] == '\t')) {
+                ++j;
+            }
+            if (j < value.size() && encodedWordAt(value, j)) {
+                i = j;
+                continue;
+            }
+            pendingSpace = i;
+            continue;
+        }
+        if (pendingSpace >= 0) {
+            flushRun();
+            pendingSpace = -1;
+        }
+        plain += value[i];
+        ++i;
+    }
+    flushRun();
+    out += fromRaw(plain);
+    return out;
 }
 
 bool isSpecial(char c) {

@@ -23,8 +23,8 @@ const IndexEntry& MessageIndex::at(long position) const {
     return slots_[slot].entry;
 }
 
-const IndexEntry* MessageIndex::find(const std::string& unique) const {
-    auto found = slotOf_.find(unique);
+const IndexEntry* MessageIndex::find(const std::string& stem) const {
+    auto found = slotOf_.find(stem);
     return found == slotOf_.end() ? nullptr : &slots_[found->second].entry;
 }
 
@@ -39,7 +39,7 @@ void MessageIndex::rebuild() {
     kept.reserve(live_ * 2 + 16);
     for (Slot& slot : slots_) {
         if (slot.live) {
-            slotOf_[slot.entry.unique] = kept.size();
+            slotOf_[stemOf(slot.entry.unique)] = kept.size();
             kept.push_back(std::move(slot));
         }
     }
@@ -50,21 +50,23 @@ void MessageIndex::rebuild() {
     }
 }
 
-void MessageIndex::append(IndexEntry entry) {
-    if (slotOf_.count(entry.unique) != 0) {
-        return;
+bool MessageIndex::append(IndexEntry entry) {
+    std::string stem = stemOf(entry.unique);
+    if (slotOf_.count(stem) != 0) {
+        return false;
     }
     if (slots_.size() + 1 >= live_tree_.size()) {
         rebuild();  // the tree covers the slots' capacity: grow both together
     }
-    slotOf_.emplace(entry.unique, slots_.size());
+    slotOf_.emplace(std::move(stem), slots_.size());
     slots_.push_back({std::move(entry), true});
     mark(slots_.size() - 1, 1);
     ++live_;
+    return true;
 }
 
-void MessageIndex::erase(const std::string& unique) {
-    auto found = slotOf_.find(unique);
+void MessageIndex::erase(const std::string& stem) {
+    auto found = slotOf_.find(stem);
     if (found == slotOf_.end()) {
         return;
     }
@@ -81,22 +83,25 @@ void MessageIndex::erase(const std::string& unique) {
     }
 }
 
-void MessageIndex::merge(std::vector<IndexEntry> listing) {
+void MessageIndex::merge(std::vector<IndexEntry> listing,
+                         const std::function<void(IndexEntry&)>& arriving) {
     std::vector<bool> seen(slots_.size(), false);  // by slot
     std::vector<IndexEntry> arrived;
     for (IndexEntry& entry : listing) {
-        auto found = slotOf_.find(entry.unique);
+        auto found = slotOf_.find(stemOf(entry.unique));
         if (found == slotOf_.end()) {
             arrived.push_back(std::move(entry));
             continue;
         }
         seen[found->second] = true;
-        slots_[found->second].entry = std::move(entry);
+        IndexEntry& known = slots_[found->second].entry;
+        entry.id = std::move(known.id);
+        known = std::move(entry);
     }
     std::vector<std::string> vanished;
     for (std::size_t i = 0; i < slots_.size(); ++i) {
         if (slots_[i].live && !seen[i]) {
-            vanished.push_back(slots_[i].entry.unique);
+            vanished.push_back(stemOf(slots_[i].entry.unique));
         }
     }
     for (const std::string& unique : vanished) {
@@ -113,6 +118,9 @@ void MessageIndex::merge(std::vector<IndexEntry> listing) {
     });
     slotOf_.reserve(slotOf_.size() + arrived.size());
     for (const auto& [key, i] : order) {
+        if (arriving) {
+            arriving(arrived[i]);
+        }
         append(std::move(arrived[i]));
     }
 }

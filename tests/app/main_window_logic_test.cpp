@@ -48,6 +48,22 @@ TEST_F(MainWindowLogic, StartsUpOnTheDefaultStoreAndShowsTheTree) {
     EXPECT_FALSE(logic.flags.Loading);
 }
 
+TEST_F(MainWindowLogic, WhatTheStoresPassedOverIsToldOnceAfterLoading) {
+    auto first = store();
+    auto second = storeWithInbox(2, QStringLiteral("Mail"), QStringLiteral("M"));
+    first->passOver(QStringLiteral("1 message could not be read and is not listed:"));
+    second->passOver(QStringLiteral("The folder /m/.a..b is not shown."));
+    open({first, second});
+    ASSERT_TRUE(logic.Form_Load());
+    EXPECT_EQ(prompter.texts(),
+              (QStringList{QStringLiteral("All Folders Loaded"),
+                           QStringLiteral("1 message could not be read and is not listed:\r\n"
+                                          "The folder /m/.a..b is not shown.")}));
+    logic.Load_Interface();
+    EXPECT_EQ(prompter.texts().size(), 3);
+    EXPECT_EQ(prompter.texts().last(), QStringLiteral("All Folders Loaded"));
+}
+
 TEST_F(MainWindowLogic, EndsStartUpWhenNoSessionCanBeHad) {
     EXPECT_FALSE(logic.Form_Load());
     EXPECT_EQ(prompter.texts(),

@@ -16,7 +16,8 @@ ALLOWED = {
     "errors": {"common"},
     "outlook": FOUNDATIONS,
     "store/local": MODEL,
-    "store/maildir": MODEL,
+    # The header cache keeps its rows with the embedded store's SQLite wrapper.
+    "store/maildir": MODEL | {"store/local"},
     "store": MODEL | {"store/local", "store/maildir"},
     "window": MODEL,
     "tree": MODEL | {"window"},

@@ -14,6 +14,7 @@
 #include "store/maildir/maildir_store.h"
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
 
 namespace tf::store::maildir {
 namespace {
@@ -53,6 +54,7 @@ long itemsIn(const outlook::FolderPtr& folder) {
 
 TEST(MaildirKillTest, KilledMovesLeaveEveryMessageExactlyOnce) {
     QTemporaryDir dir;
+    const testing::TempHome home;  // the header cache goes there
     const QString root = dir.filePath(QStringLiteral("Mail"));
     constexpr int kMessages = 4000;
     {

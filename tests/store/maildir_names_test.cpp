@@ -87,10 +87,17 @@ std::vector<std::string> order(MessageIndex& index) {
     return names;
 }
 
+IndexEntry entry(const std::string& unique, const std::string& info = {}) {
+    IndexEntry out;
+    out.unique = unique;
+    out.info = info;
+    return out;
+}
+
 std::vector<IndexEntry> listing(std::initializer_list<const char*> names) {
     std::vector<IndexEntry> out;
     for (const char* name : names) {
-        out.push_back({name, ":2,", false});
+        out.push_back(entry(name, ":2,"));
     }
     return out;
 }
@@ -113,23 +120,23 @@ TEST(MessageIndex, RemovalsAnywhereKeepTheOrderOfTheRest) {
     EXPECT_EQ(index.find("3.c"), nullptr);
     ASSERT_NE(index.find("4.d"), nullptr);
     index.erase("4.d");
-    index.append({"0.moved-in", "", false});
+    index.append(entry("0.moved-in"));
     EXPECT_EQ(order(index), (std::vector<std::string>{"2.b", "5.e", "0.moved-in"}));
     index.erase("2.b");
     index.erase("5.e");
     index.erase("0.moved-in");
     EXPECT_EQ(index.count(), 0);
-    index.append({"9.z", "", false});
+    index.append(entry("9.z"));
     EXPECT_EQ(order(index), std::vector<std::string>{"9.z"});
 }
 
 TEST(MessageIndex, ARescanKeepsKnownPlacesAddsArrivalsAtTheEndAndDropsTheVanished) {
     MessageIndex index;
     index.merge(listing({"1.a", "2.b", "3.c"}));
-    index.append({"0.moved-in", ":2,", false});
+    index.append(entry("0.moved-in", ":2,"));
     // Another program: 2.b gone, 1.a read (its flags changed), two deliveries.
     std::vector<IndexEntry> now = listing({"0.moved-in", "3.c", "5.new", "4.new"});
-    now.push_back({"1.a", ":2,S", false});
+    now.push_back(entry("1.a", ":2,S"));
     index.merge(now);
     EXPECT_EQ(order(index),
               (std::vector<std::string>{"1.a", "3.c", "0.moved-in", "4.new", "5.new"}));
@@ -145,7 +152,7 @@ TEST(MessageIndex, PositionsStayRightThroughThousandsOfRandomChanges) {
     auto name = [&next] { return std::to_string(1000000 + next++) + ".host"; };
     for (int i = 0; i < 6000; ++i) {
         expected.push_back(name());
-        index.append({expected.back(), {}, false});
+        index.append(entry(expected.back()));
     }
     for (int step = 0; step < 20000; ++step) {
         const unsigned action = random() % 10;
@@ -155,7 +162,7 @@ TEST(MessageIndex, PositionsStayRightThroughThousandsOfRandomChanges) {
             expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(at));
         } else {
             expected.push_back(name());
-            index.append({expected.back(), {}, false});
+            index.append(entry(expected.back()));
         }
         if (step % 1000 == 0 || expected.size() < 3) {
             ASSERT_EQ(order(index), expected) << "step " << step;

@@ -19,6 +19,7 @@
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/failure_text.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
 
 namespace tf::store::maildir {
 namespace {
@@ -75,6 +76,7 @@ class MaildirStoreTest : public ::testing::Test {
     }
 
     QTemporaryDir dir_;
+    testing::TempHome home_;  // the header cache goes there
     MaildirWriter writer_{root()};
 };
 
@@ -210,8 +212,8 @@ TEST_F(MaildirStoreTest, TheFolderTreeFollowsMaildirPlusPlusNames) {
     EXPECT_EQ(top->Name(), QStringLiteral("Mail"));
     EXPECT_EQ(names(top), (QStringList{QStringLiteral("Inbox"), QStringLiteral("Deleted Items"),
                                        QStringLiteral("Drafts"), QStringLiteral("Entwürfe"),
-                                       QStringLiteral("Junk"), QStringLiteral("Projects"),
-                                       QStringLiteral("Sent")}));
+                                       QStringLiteral("Junk"), QStringLiteral("NoCur"),
+                                       QStringLiteral("Projects"), QStringLiteral("Sent Items")}));
     EXPECT_EQ(names(child(top, QStringLiteral("Inbox"))), QStringList{QStringLiteral("Sub")});
     FolderPtr year = child(child(top, QStringLiteral("Projects")), QStringLiteral("2024"));
     ASSERT_TRUE(year);
@@ -225,7 +227,8 @@ TEST_F(MaildirStoreTest, TheFolderTreeFollowsMaildirPlusPlusNames) {
     EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->EntryID(),
               QStringLiteral(".Deleted Messages"));
     EXPECT_FALSE(QFileInfo::exists(at(QStringLiteral(".Trash"))));
-    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderSentMail)->Name(), QStringLiteral("Sent"));
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderSentMail)->Name(),
+              QStringLiteral("Sent Items"));
     EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDrafts)->Name(), QStringLiteral("Drafts"));
     EXPECT_THROW(store->GetDefaultFolder(outlook::olFolderCalendar), Failure);
 
@@ -233,14 +236,14 @@ TEST_F(MaildirStoreTest, TheFolderTreeFollowsMaildirPlusPlusNames) {
     for (long i = 1; i <= topFolders->Count(); ++i) {
         const QString name = topFolders->Item(i)->Name();
         if (name != QLatin1String("Junk") && name != QStringLiteral("Entwürfe") &&
-            name != QLatin1String("Projects")) {
+            name != QLatin1String("Projects") && name != QLatin1String("NoCur")) {
             EXPECT_TRUE(failureOf([&] {
                             topFolders->Remove(i);
                         }).contains(QStringLiteral("standard folder")))
                 << name.toStdString();
         }
     }
-    EXPECT_EQ(topFolders->Count(), 7);
+    EXPECT_EQ(topFolders->Count(), 8);
 }
 
 TEST_F(MaildirStoreTest, ATrashIsMadeWhenThereIsNone) {
@@ -450,16 +453,27 @@ TEST_F(MaildirStoreTest, AFileNameInAnotherCharsetCanStillBeFoundAndMoved) {
     EXPECT_EQ(store->GetItemFromID(id)->Subject(), QStringLiteral("latin-1 name"));
 }
 
-TEST_F(MaildirStoreTest, ANameClashInDeletedItemsLeavesBothMessagesAlone) {
-    const QString id = put({}, "Subject: twin\n\n");
+TEST_F(MaildirStoreTest, ANameClashInDeletedItemsGivesTheMovedMessageANewNameAndKeepsBoth) {
+    const QString id = put({}, "Subject: twin\n\n", 1600000000, QStringLiteral("RS"));
     writer_.addFolder(QStringLiteral(".Trash"));
-    QFile::copy(at(QStringLiteral("cur/") + id + QStringLiteral(":2,S")),
+    QFile::copy(at(QStringLiteral("cur/") + id + QStringLiteral(":2,RS")),
                 at(QStringLiteral(".Trash/cur/") + id + QStringLiteral(":2,")));
     StorePtr store = openMaildirStore(root());
-    EXPECT_TRUE(failureOf([&] {
-                    inboxItem(store, 1)->Delete();
-                }).contains(QStringLiteral("already holds")));
-    EXPECT_EQ(files(QStringLiteral("cur")), QStringList{id + QStringLiteral(":2,S")});
+    ItemPtr item = inboxItem(store, 1);
+    item->Delete();
+    EXPECT_TRUE(files(QStringLiteral("cur")).isEmpty());
+    const QStringList trash = files(QStringLiteral(".Trash/cur"));
+    ASSERT_EQ(trash.size(), 2);
+    EXPECT_TRUE(trash.contains(id + QStringLiteral(":2,")));
+    const QStringList renamed = trash.filter(QStringLiteral(":2,RS"));
+    ASSERT_EQ(renamed.size(), 1);
+    EXPECT_FALSE(renamed[0].startsWith(id));
+    // The moved message keeps its EntryID under its new name, and the one that was there its own.
+    EXPECT_EQ(item->EntryID(), id);
+    EXPECT_EQ(store->GetItemFromID(id)->Subject(), QStringLiteral("twin"));
+    EXPECT_FALSE(store->GetItemFromID(id)->UnRead());
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 2);
+    store->GetItemFromID(id)->Delete();
     EXPECT_EQ(files(QStringLiteral(".Trash/cur")), QStringList{id + QStringLiteral(":2,")});
 }
 

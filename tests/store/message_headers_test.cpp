@@ -62,6 +62,24 @@ TEST(MessageHeaders, SendersInEveryCommonForm) {
     EXPECT_EQ(parseHeaders("Subject: none\n\n").sender, QString());
 }
 
+TEST(MessageHeaders, EveryEncodedWordOfASubjectIsDecodedEvenAfterPadding) {
+    // The first base64 word ends in "=" padding: joining the words before decoding loses the rest.
+    EXPECT_EQ(parseHeaders("Subject: =?utf-8?B?0J/RgNC40LLQtdGCLA==?= =?utf-8?B?INC80LjRgA==?=\n\n")
+                  .subject,
+              QStringLiteral("Привет, мир"));
+    EXPECT_EQ(parseHeaders("Subject: =?GB2312?B?xOO6ww==?=\n =?GB2312?B?ysC95w==?=\n\n").subject,
+              QStringLiteral("你好世界"));
+    // A character split across two words of one charset, and words among plain text.
+    EXPECT_EQ(parseHeaders("Subject: =?UTF-8?Q?caf=C3?= =?UTF-8?Q?=A9_au_lait?=\n\n").subject,
+              QStringLiteral("café au lait"));
+    EXPECT_EQ(parseHeaders("Subject: Re: =?iso-8859-1?q?Gr=FC=DFe?= aus =?utf-8?b?S8O2bG4=?= !\n\n")
+                  .subject,
+              QStringLiteral("Re: Grüße aus Köln !"));
+    // Broken words stay as they were written.
+    EXPECT_EQ(parseHeaders("Subject: =?utf-8?X?abc?= and =?utf-8?B?\n\n").subject,
+              QStringLiteral("=?utf-8?X?abc?= and =?utf-8?B?"));
+}
+
 TEST(MessageHeaders, NoHeaderBlockAtAllGivesNothing) {
     const MessageHeaders headers = parseHeaders("Hello there, Subject: not a header\n\n");
     EXPECT_EQ(headers.subject, QString());

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "outlook/constants.h"
@@ -55,6 +56,9 @@ class MemoryStore : public outlook::Store, public std::enable_shared_from_this<M
     void breakDefaultFolders() { defaultFoldersBroken_ = true; }
     // How many times the object model has been asked for Items.Count of any folder.
     int itemCountCalls() const { return itemCountCalls_; }
+    // What the next takeReadNotes says once, as a store that passed over unreadable messages.
+    void passOver(const QString& note) { readNotes_ = note; }
+    QString takeReadNotes() override { return std::exchange(readNotes_, QString()); }
 
     outlook::FolderPtr wrap(const Folder& folder) const;
     outlook::ItemPtr wrap(const std::shared_ptr<MemoryItemData>& item, const Folder& in) const;
@@ -79,6 +83,7 @@ class MemoryStore : public outlook::Store, public std::enable_shared_from_this<M
     Folder top_;
     QString storeID_;
     int nextId_ = 1;
+    QString readNotes_;
     bool defaultFoldersBroken_ = false;
     std::vector<Folder> brokenIds_;
     mutable int itemCountCalls_ = 0;
