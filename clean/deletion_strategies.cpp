@@ -303,8 +303,8 @@ void DeletionStrategies::Delete_Filtered_Items_By_Row() {
             ++processed;
             const GridRow row = w_.grid.row(r);
             const bool known =
-                row.mark == kRowMarked && row.folder >= 1 && row.folder <= w_.records.upperBoundIndex() &&
-                row.item >= 1 &&
+                row.mark == kRowMarked && row.folder >= 1 &&
+                row.folder <= w_.records.upperBoundIndex() && row.item >= 1 &&
                 static_cast<std::size_t>(row.item) <= w_.records[row.folder].ItemCache.size() &&
                 w_.records[row.folder].Folder;
             const ItemData data =

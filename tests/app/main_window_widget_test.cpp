@@ -32,6 +32,7 @@
 #include "tests/support/qt_printers.h"
 #include "tests/support/screenshot.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/tree_view_clicks.h"
 
 namespace tf::testing {
 namespace {
@@ -246,34 +247,6 @@ TEST_F(MainWindowWidgets, ASubjectTypedAndEnteredFiltersTheGrid) {
 
 namespace tf::testing {
 namespace {
-
-// The tree's index whose caption starts with "name - (", searched depth first.
-QModelIndex folderIndex(const QAbstractItemModel& model, const QString& name,
-                        const QModelIndex& parent = {}) {
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        const QModelIndex index = model.index(row, 0, parent);
-        if (index.data().toString().startsWith(name + QStringLiteral(" - ("))) {
-            return index;
-        }
-        const QModelIndex below = folderIndex(model, name, index);
-        if (below.isValid()) {
-            return below;
-        }
-    }
-    return {};
-}
-
-// Clicks the check box of a tree node, where the view's style draws it.
-void tickInView(QTreeView& view, const QModelIndex& index) {
-    view.scrollTo(index);
-    QStyleOptionViewItem option;
-    option.initFrom(&view);
-    option.rect = view.visualRect(index);
-    option.features |= QStyleOptionViewItem::HasCheckIndicator;
-    const QRect box =
-        view.style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, &view);
-    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, box.center());
-}
 
 void clickRow(QTableView& view, int row, Qt::KeyboardModifiers keys = {}) {
     const QRect cell = view.visualRect(view.model()->index(row, 2));

@@ -26,8 +26,11 @@
 #include "app/widgets/message_window.h"
 #include "store/local/local_store.h"
 #include "store/store_locator.h"
+#include "tests/support/tree_view_clicks.h"
 
 namespace {
+
+using tf::testing::folderIndex;
 
 QString outDir;
 QString prefix;
@@ -52,21 +55,6 @@ bool waitFor(const std::function<bool()>& done, int ms) {
         QTest::qWait(20);
     }
     return done();
-}
-
-QModelIndex folderIndex(const QAbstractItemModel& model, const QString& name,
-                        const QModelIndex& parent = {}) {
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        const QModelIndex index = model.index(row, 0, parent);
-        if (index.data().toString().startsWith(name + QStringLiteral(" - ("))) {
-            return index;
-        }
-        const QModelIndex below = folderIndex(model, name, index);
-        if (below.isValid()) {
-            return below;
-        }
-    }
-    return {};
 }
 
 int countOf(const QModelIndex& index) {

@@ -46,6 +46,7 @@
 #include "tests/support/local_http_server.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/tree_view_clicks.h"
 
 namespace tf::testing {
 namespace {
@@ -85,32 +86,6 @@ std::pair<QColor, QColor> cellColours(const QAbstractItemView& view, const QMode
     const QColor base =
         back.isValid() ? back.value<QBrush>().color() : view.palette().color(group, QPalette::Base);
     return {text, base};
-}
-
-QModelIndex folderIndex(const QAbstractItemModel& model, const QString& name,
-                        const QModelIndex& parent = {}) {
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        const QModelIndex index = model.index(row, 0, parent);
-        if (index.data().toString().startsWith(name + QStringLiteral(" - ("))) {
-            return index;
-        }
-        const QModelIndex below = folderIndex(model, name, index);
-        if (below.isValid()) {
-            return below;
-        }
-    }
-    return {};
-}
-
-void tickInView(QTreeView& view, const QModelIndex& index) {
-    view.scrollTo(index);
-    QStyleOptionViewItem option;
-    option.initFrom(&view);
-    option.rect = view.visualRect(index);
-    option.features |= QStyleOptionViewItem::HasCheckIndicator;
-    const QRect box =
-        view.style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, &view);
-    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, box.center());
 }
 
 std::string text(const QRect& r) {
