@@ -28,6 +28,16 @@ class PanelLog : public StatusPanelsObserver {
     bool saw(const QString& entry) const {
         return std::find(texts.begin(), texts.end(), entry) != texts.end();
     }
+    // The texts given, in order, that start with prefix ("2:Checked").
+    std::vector<QString> startingWith(const QString& prefix) const {
+        std::vector<QString> found;
+        for (const QString& text : texts) {
+            if (text.startsWith(prefix)) {
+                found.push_back(text);
+            }
+        }
+        return found;
+    }
     std::vector<QString> texts;
 
   private:

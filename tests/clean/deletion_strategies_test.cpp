@@ -77,12 +77,7 @@ TEST_F(Strategy, TurboDeletesEveryItemForGoodAndReportsEveryHundred) {
     EXPECT_EQ(inStore(QStringLiteral("Deleted Items")), 2);
     EXPECT_EQ(faults->removes, 250);
     EXPECT_TRUE(shown(QStringLiteral(" 250 items were deleted.")));
-    std::vector<QString> progress;
-    for (const QString& text : panels.texts) {
-        if (text.startsWith(QLatin1String("2:Checked"))) {
-            progress.push_back(text);
-        }
-    }
+    const std::vector<QString> progress = panels.startingWith(QStringLiteral("2:Checked"));
     EXPECT_EQ(progress, (std::vector<QString>{
                             QStringLiteral("2:Checked: 100, Deleted: Folder - 100, Total - 100"),
                             QStringLiteral("2:Checked: 200, Deleted: Folder - 200, Total - 200")}));
@@ -99,12 +94,7 @@ TEST_F(Strategy, TurboStatusCountsHundredsOfTheWholeRun) {
     tick("Beta");
     clean();
     EXPECT_TRUE(shown(QStringLiteral(" 303 items were deleted.")));
-    std::vector<QString> progress;
-    for (const QString& text : panels.texts) {
-        if (text.startsWith(QLatin1String("2:Checked"))) {
-            progress.push_back(text);
-        }
-    }
+    const std::vector<QString> progress = panels.startingWith(QStringLiteral("2:Checked"));
     EXPECT_EQ(progress, (std::vector<QString>{
                             QStringLiteral("2:Checked: 100, Deleted: Folder - 100, Total - 100"),
                             QStringLiteral("2:Checked: 50, Deleted: Folder - 50, Total - 200"),
