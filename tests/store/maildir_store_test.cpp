@@ -18,6 +18,7 @@
 #include "outlook/mapi_utils.h"
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/failure_text.h"
+#include "tests/support/folder_lookup.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 
@@ -58,13 +59,7 @@ class MaildirStoreTest : public ::testing::Test {
         return QDir(at(sub)).entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name);
     }
     static FolderPtr child(const FolderPtr& parent, const QString& name) {
-        auto folders = parent->Folders();
-        for (long i = 1; i <= folders->Count(); ++i) {
-            if (folders->Item(i)->Name() == name) {
-                return folders->Item(i);
-            }
-        }
-        return nullptr;
+        return testing::childNamed(parent, name);
     }
     static QStringList names(const FolderPtr& parent) {
         QStringList out;

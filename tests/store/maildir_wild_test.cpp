@@ -14,6 +14,7 @@
 #include "store/maildir/maildir_store.h"
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/failure_text.h"
+#include "tests/support/folder_lookup.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 
@@ -45,13 +46,7 @@ class MaildirWildTest : public ::testing::Test {
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
     }
     static FolderPtr child(const FolderPtr& parent, const QString& name) {
-        auto folders = parent->Folders();
-        for (long i = 1; i <= folders->Count(); ++i) {
-            if (folders->Item(i)->Name() == name) {
-                return folders->Item(i);
-            }
-        }
-        return nullptr;
+        return testing::childNamed(parent, name);
     }
     // Folder deletion as a cleaning run does it: through the parent's collection, by EntryID.
     static void removeThroughParent(const FolderPtr& folder) {
