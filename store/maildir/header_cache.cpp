@@ -30,6 +30,14 @@ HeaderCache::~HeaderCache() {
     } catch (...) {
         // Only time is lost: the next opening reads those files again.
     }
+    {
+        const std::lock_guard lock(queueMutex_);
+        closing_ = true;
+    }
+    queued_.notify_one();
+    if (writer_.joinable()) {
+        writer_.join();
+    }
 }
 
 QString HeaderCache::pathFor(const std::string& root) {
@@ -40,6 +48,7 @@ QString HeaderCache::pathFor(const std::string& root) {
                                QStringLiteral(".sqlite"));
 }
 
+// Called with dbMutex_ held.
 bool HeaderCache::open() {
     if (tried_) {
         return db_ != nullptr;
@@ -47,6 +56,7 @@ bool HeaderCache::open() {
     tried_ = true;
     const QString path = pathFor(root_);
     if (!QDir().mkpath(QFileInfo(path).path())) {
+        unusable_ = true;
         return false;
     }
     // A damaged file, or one of another layout, is replaced once; if that fails too, the
@@ -75,10 +85,12 @@ bool HeaderCache::open() {
             QFile::remove(path + QStringLiteral("-shm"));
         }
     }
+    unusable_ = true;
     return false;
 }
 
 void HeaderCache::drop() {
+    unusable_ = true;
     db_.reset();
     folders_.clear();
     kept_.clear();
@@ -86,6 +98,7 @@ void HeaderCache::drop() {
 
 void HeaderCache::loadFolder(const std::string& folder) {
     auto& rows = folders_[folder];
+    const std::lock_guard lock(dbMutex_);
     if (!open()) {
         return;
     }
@@ -135,10 +148,24 @@ std::optional<MessageHeaders> HeaderCache::find(const std::string& folder,
     return headers;
 }
 
+bool HeaderCache::holds(const std::string& folder, const IndexEntry& entry) {
+    auto rows = folders_.find(folder);
+    if (rows == folders_.end()) {
+        loadFolder(folder);
+        rows = folders_.find(folder);
+        if (rows == folders_.end()) {
+            return false;
+        }
+    }
+    const auto found = rows->second.find(stemOf(entry.unique));
+    return found != rows->second.end() && found->second.size == entry.size &&
+           found->second.mtime == entry.mtime;
+}
+
 void HeaderCache::keep(const std::string& folder, const IndexEntry& entry,
                        const MessageHeaders& headers) {
-    if (!open()) {
-        return;
+    if (unusable_.load(std::memory_order_relaxed)) {
+        return;  // no cache can be had: nothing to keep
     }
     kept_.push_back({folder, stemOf(entry.unique), {entry.size, entry.mtime, headers}});
     if (kept_.size() >= kBatch) {
@@ -147,8 +174,39 @@ void HeaderCache::keep(const std::string& folder, const IndexEntry& entry,
 }
 
 void HeaderCache::flush() {
-    if (kept_.empty() || db_ == nullptr) {
-        kept_.clear();
+    if (kept_.empty()) {
+        return;
+    }
+    {
+        const std::lock_guard lock(queueMutex_);
+        queue_.push_back(std::move(kept_));
+    }
+    kept_.clear();
+    if (!writer_.joinable()) {
+        writer_ = std::thread([this] { writeQueued(); });
+    }
+    queued_.notify_one();
+}
+
+void HeaderCache::writeQueued() {
+    for (;;) {
+        std::vector<Kept> batch;
+        {
+            std::unique_lock lock(queueMutex_);
+            queued_.wait(lock, [this] { return closing_ || !queue_.empty(); });
+            if (queue_.empty()) {
+                return;
+            }
+            batch = std::move(queue_.front());
+            queue_.pop_front();
+        }
+        write(batch);
+    }
+}
+
+void HeaderCache::write(const std::vector<Kept>& batch) {
+    const std::lock_guard lock(dbMutex_);
+    if (!open()) {
         return;
     }
     try {
@@ -156,7 +214,7 @@ void HeaderCache::flush() {
         auto insert = db_->prepare(
             "INSERT OR REPLACE INTO messages (folder, stem, size, mtime, subject, sender, date) "
             "VALUES (?, ?, ?, ?, ?, ?, ?)");
-        for (const Kept& each : kept_) {
+        for (const Kept& each : batch) {
             // Names as EntryIDs: text that leads back to exactly the bytes of the name.
             insert.bind(1, entryIdOf(each.folder));
             insert.bind(2, entryIdOf(each.stem));
@@ -175,7 +233,6 @@ void HeaderCache::flush() {
     } catch (const Failure&) {
         db_->execQuietly("ROLLBACK");
     }
-    kept_.clear();
 }
 
 }  // namespace tf::store::maildir

@@ -1,9 +1,14 @@
 #pragma once
 
 #include <QString>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -34,6 +39,8 @@ class HeaderCache {
 
     // The fields kept for the message, when its file is still the one they were read from.
     std::optional<MessageHeaders> find(const std::string& folder, const IndexEntry& entry);
+    // Whether find would give the message's fields; takes nothing.
+    bool holds(const std::string& folder, const IndexEntry& entry);
     // Keeps fields just read from the message's file.
     void keep(const std::string& folder, const IndexEntry& entry, const MessageHeaders& headers);
     // Writes what has been kept so far.
@@ -54,10 +61,21 @@ class HeaderCache {
     bool open();
     void loadFolder(const std::string& folder);
     void drop();
+    void write(const std::vector<Kept>& batch);
+    void writeQueued();
 
     std::string root_;
+    // The connection is shared by the reading thread and the writer: dbMutex_ guards it.
+    std::mutex dbMutex_;
     std::unique_ptr<local::Database> db_;
     bool tried_ = false;
+    std::atomic<bool> unusable_{false};  // no cache file can be had: nothing is kept
+    // Kept rows are written on a thread of their own, so the scan never waits for SQLite.
+    std::mutex queueMutex_;
+    std::condition_variable queued_;
+    std::deque<std::vector<Kept>> queue_;
+    bool closing_ = false;
+    std::thread writer_;
     // Each folder's rows, read in one query the first time the folder is asked about; a row
     // leaves when it has been used, so the map shrinks as the folder is read.
     std::unordered_map<std::string, std::unordered_map<std::string, Row>> folders_;

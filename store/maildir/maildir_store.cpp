@@ -174,6 +174,11 @@ class MaildirItem : public outlook::Item {
             data_ = dataOf(*kept, entry_);
             return *data_;
         }
+        if (std::optional<MessageHeaders> ahead = tree_->readAhead(folder_, entry_)) {
+            tree_->headerCache().keep(folder_, entry_, *ahead);
+            data_ = dataOf(*ahead, entry_);
+            return *data_;
+        }
         try {
             const MessageHeaders headers = withFile([](int fd, const std::string& path) {
                 return parseHeaders(readHeaderBlock(fd, QString::fromStdString(path)));

@@ -13,6 +13,7 @@
 #include "common/failure.h"
 #include "outlook/constants.h"
 #include "store/maildir/maildir_names.h"
+#include "store/maildir/read_ahead.h"
 
 namespace tf::store::maildir {
 
@@ -87,6 +88,15 @@ void listDir(const std::string& dir, Visit visit) {
     ::closedir(listing);
 }
 
+// A folder's message files as one look at cur/ and new/ finds them, with the times the two
+// directories had just before the look.
+struct FolderListing {
+    timespec curTime{};
+    timespec newTime{};
+    std::vector<IndexEntry> entries;
+    std::vector<std::string> unreadable;  // listed but not readable by us
+};
+
 // True when this process may read a file with these attributes.
 bool readable(int dir, const char* name, const struct stat& st, uid_t me) {
     if (me == 0) {
@@ -100,6 +110,41 @@ bool readable(int dir, const char* name, const struct stat& st, uid_t me) {
 
 std::int64_t nanosOf(const timespec& t) {
     return std::int64_t(t.tv_sec) * 1000000000 + t.tv_nsec;
+}
+
+void listMessages(const std::string& dir, bool inNew, FolderListing& out) {
+    const uid_t me = ::geteuid();
+    listDir(dir, [&](int fd, const dirent* entry) {
+        if (entry->d_name[0] == '.' || (entry->d_type != DT_REG && entry->d_type != DT_UNKNOWN)) {
+            return;
+        }
+        struct stat st {};
+        if (::fstatat(fd, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode)) {
+            return;
+        }
+        if (!readable(fd, entry->d_name, st, me)) {
+            // Left alone and not listed; the user hears of it once, after loading.
+            out.unreadable.push_back(dir + "/" + entry->d_name);
+            return;
+        }
+        MessageName name = splitMessageName(entry->d_name);
+        IndexEntry listed;
+        listed.unique = std::move(name.unique);
+        listed.info = std::move(name.info);
+        listed.inNew = inNew;
+        listed.size = st.st_size;
+        listed.mtime = nanosOf(st.st_mtim);
+        out.entries.push_back(std::move(listed));
+    });
+}
+
+FolderListing listFolder(const std::string& dir) {
+    FolderListing listing;
+    listing.curTime = mtimeOf(dir + "/cur");
+    listing.newTime = mtimeOf(dir + "/new");
+    listMessages(dir + "/cur", false, listing);
+    listMessages(dir + "/new", true, listing);
+    return listing;
 }
 
 // A rename that never replaces a file already at the target.
@@ -191,7 +236,16 @@ MaildirTree::FileAt MaildirTree::fileAt(const std::string& folder, bool inNew,
 int MaildirTree::openMessage(const std::string& folder, const IndexEntry& entry) {
     settle();
     const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
-    const int fd = ::openat(file.dir, file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    // Reading a message for the list is not reading the mail: the access time stays as it was,
+    // and the file system is spared an inode write per message. Only the file's owner may ask.
+    int fd = -1;
+    if (!noAtimeRefused_) {
+        fd = ::openat(file.dir, file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NOATIME);
+        noAtimeRefused_ = fd < 0 && errno == EPERM;
+    }
+    if (fd < 0 && (noAtimeRefused_ || errno == EINVAL)) {
+        fd = ::openat(file.dir, file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    }
     if (fd < 0 && errno != ENOENT && errno != ELOOP) {
         fileFailure(QStringLiteral("Cannot read the message"), pathOf(folder, entry), errno);
     }
@@ -394,23 +448,85 @@ MaildirTree::Messages& MaildirTree::loaded(const std::string& key) {
     return messages;
 }
 
+// Lists the folders of a tree on a thread of its own, ahead of the window's loop, which asks for
+// one folder's items after the other.
+class MaildirTree::ListingAhead {
+  public:
+    explicit ListingAhead(std::vector<std::pair<std::string, std::string>> folders)
+        : folders_(std::move(folders)) {
+        for (std::size_t i = 0; i < folders_.size(); ++i) {
+            slotOf_.emplace(folders_[i].first, i);
+        }
+        lister_.emplace(
+            folders_.size(),
+            [this](std::size_t i) { return std::optional(listFolder(folders_[i].second)); }, 4);
+    }
+
+    // The folder's listing, when it was made and the folder has not changed since.
+    std::optional<FolderListing> take(const std::string& key, const std::string& dir) {
+        const auto slot = slotOf_.find(key);
+        if (slot == slotOf_.end()) {
+            return std::nullopt;
+        }
+        std::optional<FolderListing> listing = lister_->take(slot->second);
+        if (!listing || !sameTime(mtimeOf(dir + "/cur"), listing->curTime) ||
+            !sameTime(mtimeOf(dir + "/new"), listing->newTime)) {
+            return std::nullopt;
+        }
+        return listing;
+    }
+
+  private:
+    std::vector<std::pair<std::string, std::string>> folders_;  // key, directory
+    std::unordered_map<std::string, std::size_t> slotOf_;
+    std::optional<ReadAhead<FolderListing>> lister_;  // last: stops before the rest goes
+};
+
+MaildirTree::~MaildirTree() = default;
+
+void MaildirTree::startListingAhead(const std::string& first) {
+    listedAhead_ = true;
+    std::vector<std::pair<std::string, std::string>> folders;
+    for (const auto& [key, node] : folders_) {
+        if (node.onDisk && key != first && key != kTopKey && messages_.count(key) == 0) {
+            folders.emplace_back(key, dirOf(key));
+        }
+    }
+    if (folders.size() >= 2) {
+        listingAhead_ = std::make_unique<ListingAhead>(std::move(folders));
+    }
+}
+
 void MaildirTree::rescan(const std::string& key, Messages& messages) {
-    std::vector<IndexEntry> listing;
+    FolderListing listing;
     if (key != kTopKey) {
         const std::string dir = dirOf(key);
-        messages.curTime = mtimeOf(dir + "/cur");
-        messages.newTime = mtimeOf(dir + "/new");
+        std::optional<FolderListing> ahead;
+        if (!messages.loaded) {
+            if (!listedAhead_ && haveFolders_) {
+                startListingAhead(key);
+            } else if (listingAhead_) {
+                ahead = listingAhead_->take(key, dir);
+            }
+        }
+        listing = ahead ? std::move(*ahead) : listFolder(dir);
+        messages.curTime = listing.curTime;
+        messages.newTime = listing.newTime;
         messages.cur = DirHandle(openDir(dir + "/cur"));
         messages.fresh = DirHandle(openDir(dir + "/new"));
-        listMessages(dir + "/cur", false, listing);
-        listMessages(dir + "/new", true, listing);
+        for (std::string& path : listing.unreadable) {
+            if (reported_.insert(path).second) {
+                skipped_.unreadable.push_back(std::move(path));
+            }
+        }
     }
     // A name that another folder lists already (a copy, a hard link) is told apart by its folder.
-    messages.index.merge(std::move(listing), [&](IndexEntry& entry) {
-        if (messages_.size() < 2) {
+    messages.index.merge(std::move(listing.entries), [&](IndexEntry& entry) {
+        const std::string stem = stemOf(entry.unique);
+        // Nearly every name is new to the tree: one hash tells so without asking every folder.
+        if (!noteHome(stem, key, false)) {
             return;
         }
-        const std::string stem = stemOf(entry.unique);
         for (const auto& [other, theirs] : messages_) {
             const IndexEntry* twin = other == key ? nullptr : theirs.index.find(stem);
             if (twin != nullptr && twin->id.empty()) {
@@ -421,37 +537,9 @@ void MaildirTree::rescan(const std::string& key, Messages& messages) {
                 return;
             }
         }
+        noteHome(stem, key, true);
     });
     messages.loaded = true;
-}
-
-void MaildirTree::listMessages(const std::string& dir, bool inNew, std::vector<IndexEntry>& out) {
-    const uid_t me = ::geteuid();
-    listDir(dir, [&](int fd, const dirent* entry) {
-        if (entry->d_name[0] == '.' || (entry->d_type != DT_REG && entry->d_type != DT_UNKNOWN)) {
-            return;
-        }
-        struct stat st {};
-        if (::fstatat(fd, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode)) {
-            return;
-        }
-        if (!readable(fd, entry->d_name, st, me)) {
-            // Left alone and not listed; the user hears of it once, after loading.
-            std::string path = dir + "/" + entry->d_name;
-            if (reported_.insert(path).second) {
-                skipped_.unreadable.push_back(std::move(path));
-            }
-            return;
-        }
-        MessageName name = splitMessageName(entry->d_name);
-        IndexEntry listed;
-        listed.unique = std::move(name.unique);
-        listed.info = std::move(name.info);
-        listed.inNew = inNew;
-        listed.size = st.st_size;
-        listed.mtime = nanosOf(st.st_mtim);
-        out.push_back(std::move(listed));
-    });
 }
 
 MessageIndex& MaildirTree::messages(const std::string& key, bool checkChanges) {
@@ -474,6 +562,53 @@ void MaildirTree::noteOwnChange(const std::string& key, bool inNew) {
     if (::fstat((inNew ? messages.fresh : messages.cur).fd(), &st) == 0) {
         (inNew ? messages.newTime : messages.curTime) = st.st_mtim;
     }
+}
+
+bool MaildirTree::noteHome(const std::string& stem, const std::string& key, bool replace) {
+    auto ordinal = folderOrdinals_.find(key);
+    if (ordinal == folderOrdinals_.end()) {
+        ordinal =
+            folderOrdinals_.emplace(key, static_cast<std::uint32_t>(folderKeys_.size())).first;
+        folderKeys_.push_back(key);
+    }
+    const auto [home, added] =
+        stemHomes_.try_emplace(std::hash<std::string>{}(stem), ordinal->second);
+    if (!added && replace) {
+        home->second = ordinal->second;
+    }
+    return !added;
+}
+
+const std::string* MaildirTree::homeOf(const std::string& stem) const {
+    const auto home = stemHomes_.find(std::hash<std::string>{}(stem));
+    return home == stemHomes_.end() ? nullptr : &folderKeys_[home->second];
+}
+
+std::optional<MessageHeaders> MaildirTree::readAhead(const std::string& folder,
+                                                     const IndexEntry& entry) {
+    // A folder this small is read faster than a thread starts.
+    constexpr std::size_t kWorthReadingAhead = 64;
+    if (readAheadFolders_.insert(folder).second) {
+        prefetch_.reset();
+        Messages& messages = loaded(folder);
+        std::vector<HeaderPrefetch::Wanted> wanted;
+        for (long i = 0; i < messages.index.count(); ++i) {
+            const IndexEntry& listed = messages.index.at(i);
+            if (!cache_.holds(folder, listed)) {
+                wanted.push_back(
+                    {stemOf(listed.unique), listed.unique + listed.info, listed.inNew});
+            }
+        }
+        if (wanted.size() >= kWorthReadingAhead) {
+            prefetch_ = std::make_unique<HeaderPrefetch>(messages.cur.fd(), messages.fresh.fd(),
+                                                         std::move(wanted));
+            prefetchFolder_ = folder;
+        }
+    }
+    if (!prefetch_ || prefetchFolder_ != folder) {
+        return std::nullopt;
+    }
+    return prefetch_->take(stemOf(entry.unique), entry.unique + entry.info, entry.inNew);
 }
 
 QString MaildirTree::idOf(const IndexEntry& entry) {
@@ -507,6 +642,12 @@ std::optional<Location> MaildirTree::search(const std::string& stem, const std::
                                             const std::string& hint) {
     if (auto here = lookIn(hint, stem, id)) {
         return here;
+    }
+    if (const std::string* home = homeOf(stem); home != nullptr && *home != hint) {
+        const std::string key = *home;  // a copy: a rescan may add folders
+        if (auto there = lookIn(key, stem, id)) {
+            return there;
+        }
     }
     std::vector<std::string> keys;
     for (const auto& [key, messages] : messages_) {
@@ -759,6 +900,9 @@ std::optional<Location> MaildirTree::moveToTrash(const std::string& folder,
     }
     messages_[folder].index.erase(stemOf(entry.unique));
     Messages& bin = loaded(trash);
+    if (moved.id.empty()) {
+        noteHome(moved.unique, trash, true);
+    }
     bin.index.append(moved);
     if (!moved.id.empty()) {
         namedAt_[moved.id] = {trash, moved.unique};

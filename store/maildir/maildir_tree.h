@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <QString>
+#include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,6 +15,7 @@
 
 #include "store/maildir/dovecot_files.h"
 #include "store/maildir/header_cache.h"
+#include "store/maildir/header_prefetch.h"
 #include "store/maildir/message_index.h"
 
 // The file-system side of a Maildir++ store: its folders and each folder's messages, and every
@@ -49,6 +52,9 @@ class MaildirTree {
 
     // root: the canonical path of a Maildir++ root.
     MaildirTree(std::string root, QString account);
+    ~MaildirTree();
+    MaildirTree(const MaildirTree&) = delete;
+    MaildirTree& operator=(const MaildirTree&) = delete;
 
     const std::string& root() const { return root_; }
     const QString& account() const { return account_; }
@@ -95,6 +101,10 @@ class MaildirTree {
     void noteUnreadable(const std::string& path);
     // The header fields kept from earlier runs.
     HeaderCache& headerCache() { return cache_; }
+    // The header fields of a message that is not in the cache, when a reader on another thread
+    // has read them already. The first call for a folder sets that reader going through the
+    // folder's messages in their order; nothing when the caller should read the file itself.
+    std::optional<MessageHeaders> readAhead(const std::string& folder, const IndexEntry& entry);
 
   private:
     // An open directory, so that opening a message needs no walk of its whole path.
@@ -142,8 +152,16 @@ class MaildirTree {
     void forgetReplacedFolders();
     Messages& loaded(const std::string& key);
     void rescan(const std::string& key, Messages& messages);
-    void listMessages(const std::string& dir, bool inNew, std::vector<IndexEntry>& out);
+    class ListingAhead;
+    // Sets the other folders' listing going on a thread of its own, once per opening.
+    void startListingAhead(const std::string& first);
     void noteOwnChange(const std::string& key, bool inNew);
+    // Notes the folder that lists a message under its bare stem (when replace, or when the stem
+    // is new to the tree); true when the stem may have been noted before, so that another folder
+    // may hold a message of that name.
+    bool noteHome(const std::string& stem, const std::string& key, bool replace);
+    // The folder last noted as listing the stem, if any; only a hint, checked by the caller.
+    const std::string* homeOf(const std::string& stem) const;
     void settle();
     IndexEntry requireIn(const std::string& folder, const IndexEntry& listed);
     std::optional<Location> lookIn(const std::string& key, const std::string& stem,
@@ -170,14 +188,29 @@ class MaildirTree {
     // EntryIDs that are not their message's stem, and the folder that holds each now.
     std::unordered_map<std::string, std::pair<std::string, std::string>> namedAt_;  // folder, stem
     std::unordered_map<std::string, KeywordTable> keywords_;
+    // For the hash of every stem a folder has listed as its EntryID, the folder that last did.
+    // Never shrinks, so a missing hash proves that no folder holds the name, and finding a
+    // message by its EntryID asks one folder instead of all; a hash found is only a hint.
+    std::unordered_map<std::size_t, std::uint32_t> stemHomes_;
+    std::unordered_map<std::string, std::uint32_t> folderOrdinals_;
+    std::vector<std::string> folderKeys_;
     // Folders that were there only through sub-folders we removed: kept, empty, until they are
     // removed themselves, so that a run that deletes them finds them.
     std::set<std::string> ghosts_;
     std::optional<PendingMove> pending_;
     bool grouping_ = false;
     Skipped skipped_;
+    // One folder is read ahead at a time, and each folder at most once per opening, so that a
+    // run that goes back and forth between folders never starts a reader again and again.
+    std::unique_ptr<HeaderPrefetch> prefetch_;
+    std::set<std::string> readAheadFolders_;
+    std::string prefetchFolder_;
+    std::unique_ptr<ListingAhead> listingAhead_;
+    bool listedAhead_ = false;
     std::set<std::string> reported_;
     int removals_ = 0;
+    // Set once a message file of another owner refused O_NOATIME; such trees are read without it.
+    bool noAtimeRefused_ = false;
     long renames_ = 0;
 };
 
