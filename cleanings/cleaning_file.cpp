@@ -198,7 +198,15 @@ void Cleaning::setOption(Control box, int value) {
             return;
         }
     }
-    options.emplace_back(box, value);
+    // Kept in the order the options are put back, so that two cleanings with the same values
+    // compare equal however they were made.
+    const auto rank = [](Control c) {
+        const auto& order = savedOptions();
+        return std::find(order.begin(), order.end(), c) - order.begin();
+    };
+    const auto at = std::find_if(options.begin(), options.end(),
+                                 [&](const auto& entry) { return rank(entry.first) > rank(box); });
+    options.emplace(at, box, value);
 }
 
 const std::vector<Control>& savedOptions() {

@@ -176,7 +176,9 @@ ApplyResult apply(RemoveItemsLogic& logic, const Cleaning& cleaning, const QDate
                                        })->ref.path);
         }
     }
-    if (mode == MarkMode::Exactly) {
+    // Delete Folders takes a folder with everything below it, and its rules keep sub-folders of a
+    // marked folder marked: there is nothing to untick then.
+    if (mode == MarkMode::Exactly && !logic.controls.isOn(Control::chkDeleteFolders)) {
         const QSet<int> wanted(nodes.begin(), nodes.end());
         for (const OpenFolder& folder : open) {
             if (logic.tree.node(folder.node).Checked && !wanted.contains(folder.node)) {

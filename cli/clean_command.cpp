@@ -85,8 +85,11 @@ int CleanCommand::execute(const CleanOptions& options) {
     CommandPrompter prompter;
     CommandYield yield;
     NoWindow window;
-    store::StoreApplicationSource source(plan.stores, store::defaultStorePath());
-    RemoveItemsLogic logic(prompter, yield, window, window, source);
+    const std::unique_ptr<ApplicationSource> source =
+        openStores ? openStores(plan.stores)
+                   : std::make_unique<store::StoreApplicationSource>(plan.stores,
+                                                                     store::defaultStorePath());
+    RemoveItemsLogic logic(prompter, yield, window, window, *source);
     yield.logic = &logic;
     yield.interrupted = interrupted;
 
@@ -101,11 +104,13 @@ int CleanCommand::execute(const CleanOptions& options) {
         for (const QString& reason : logic.session.startFailures) {
             say(plainText(reason).replace(QLatin1Char('\n'), QLatin1Char(' ')).simplified());
         }
-        for (const auto& shown : prompter.shown) {
-            if (CommandPrompter::isCritical(shown.buttons)) {
-                say(plainText(shown.text)
-                        .replace(QLatin1Char('\n'), QLatin1Char(' '))
-                        .simplified());
+        if (logic.session.startFailures.isEmpty()) {
+            for (const auto& shown : prompter.shown) {
+                if (CommandPrompter::isCritical(shown.buttons)) {
+                    say(plainText(shown.text)
+                            .replace(QLatin1Char('\n'), QLatin1Char(' '))
+                            .simplified());
+                }
             }
         }
         return kStoreNotOpened;
@@ -145,6 +150,11 @@ int CleanCommand::execute(const CleanOptions& options) {
         }
         return kRefused;
     }
+
+    // The report names every option as the run had it, the window's own start values included.
+    const bool asAge = plan.cleaning.cutoff &&
+                       plan.cleaning.cutoff->kind == cleanings::Cutoff::Kind::OlderThanDays;
+    cleaning_ = cleanings::capture(logic, asAge, today);
 
     CurrentFolderWatch watch(logic.tree);
     logic.tree.setObserver(&watch);
@@ -237,7 +247,7 @@ int CleanCommand::execute(const CleanOptions& options) {
             }
         }
         messages_ << plainText(shown.text);
-        out_ << plainText(shown.text).trimmed() << "\n";
+        out_ << plainText(shown.text) << "\n";
         out_.flush();
     };
     QElapsedTimer clock;

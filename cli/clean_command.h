@@ -4,10 +4,12 @@
 #include <QJsonObject>
 #include <QTextStream>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "cli/clean_options.h"
 #include "cli/headless_parts.h"
+#include "outlook/application_source.h"
 
 namespace tf::cli {
 
@@ -35,6 +37,8 @@ class CleanCommand {
     std::function<bool()> interrupted = [] { return false; };
     // Whether the one-line progress display goes to standard error.
     bool progressOnTerminal = false;
+    // The stores at these locations, as the window opens them; a test may wrap them.
+    std::function<std::unique_ptr<ApplicationSource>(const QStringList&)> openStores;
     // Today, for the cut-off's age; a test fixes it.
     QDate today = QDate::currentDate();
 
