@@ -189,6 +189,52 @@ ApplyResult apply(RemoveItemsLogic& logic, const Cleaning& cleaning, const QDate
     return result;
 }
 
+bool Save_Cleaning(RemoveItemsLogic& logic, Prompter& prompter, const QString& file,
+                   const QDate& today) {
+    bool asAge = false;
+    if (logic.controls.isOn(Control::chkSelectDate)) {
+        const QDate date = toQDate(datePart(logic.controls[Control::dtpCutoffDate].date));
+        const qint64 days = std::max<qint64>(0, date.daysTo(today) - 1);
+        asAge = prompter.ask(QStringLiteral("Keep the cut-off as an age, \"older than %1 days\", "
+                                            "so that it moves on with the day the cleaning "
+                                            "runs?\r\n\r\nNo keeps the fixed date %2.")
+                                 .arg(days)
+                                 .arg(date.toString(Qt::ISODate)),
+                             Prompter::YesNo) == Prompter::Yes;
+    }
+    try {
+        save(capture(logic, asAge, today), file);
+        return true;
+    } catch (const CleaningError& error) {
+        prompter.ask(error.message(), Prompter::OkOnly | Prompter::Critical);
+        return false;
+    }
+}
+
+bool Open_Cleaning(RemoveItemsLogic& logic, Prompter& prompter, const QString& file,
+                   const QDate& today) {
+    // A run holds on to the marks it walks.
+    if (logic.flags.Processing) {
+        return false;
+    }
+    Cleaning cleaning;
+    try {
+        cleaning = load(file);
+    } catch (const CleaningError& error) {
+        prompter.ask(error.message(), Prompter::OkOnly | Prompter::Critical);
+        return false;
+    }
+    const ApplyResult result = apply(logic, cleaning, today, MarkMode::Exactly, false);
+    if (!result.changed()) {
+        prompter.ask(QStringLiteral("The cleaning \"%1\" names folders that are not open:\r\n"
+                                    "%2\r\n\r\nOpen their stores first. Nothing was changed.")
+                         .arg(file, result.missing.join(QStringLiteral("\r\n"))),
+                     Prompter::OkOnly | Prompter::Critical);
+        return false;
+    }
+    return true;
+}
+
 std::vector<FolderPreview> previewRun(const RemoveItemsLogic& logic) {
     std::vector<FolderPreview> previews;
     const bool deleteFolders = logic.controls.isOn(Control::chkDeleteFolders);

@@ -46,6 +46,15 @@ struct ApplyResult {
 ApplyResult apply(RemoveItemsLogic& logic, const Cleaning& cleaning, const QDate& today,
                   MarkMode mode, bool anyStore);
 
+// File > Save Cleaning As: with the date filter on, asks whether the cut-off is kept as an age or
+// as the fixed date, then writes the file. A failure is told in one message; false then.
+bool Save_Cleaning(RemoveItemsLogic& logic, Prompter& prompter, const QString& file,
+                   const QDate& today);
+// File > Open Cleaning: reads the file and puts it into the window. A file that cannot be used,
+// or one whose folders are not all open, is told in one message and changes nothing.
+bool Open_Cleaning(RemoveItemsLogic& logic, Prompter& prompter, const QString& file,
+                   const QDate& today);
+
 // What a run would take from one marked folder, counted as the run's gate counts.
 struct FolderPreview {
     int node = 0;

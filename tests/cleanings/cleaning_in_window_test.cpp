@@ -7,6 +7,7 @@
 
 #include "tests/clean/clean_fixture.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/temp_home.h"
 
 namespace tf::cleanings {
 namespace {
@@ -210,6 +211,57 @@ TEST_F(CleaningInWindowTest, ThePreviewCountsWhatTheGateCountsAndTheRunTakes) {
     EXPECT_EQ(run().ProcessedCount, total);
     EXPECT_EQ(inStore(QStringLiteral("Inbox")), 28 - preview[0].selected);
     EXPECT_EQ(inStore(QStringLiteral("Lists")), 0);
+}
+
+TEST_F(CleaningInWindowTest, SaveAsksWhetherTheCutoffIsAnAgeAndOpenPutsItBack) {
+    const testing::TempHome home;
+    load();
+    tick("Projects");
+    logic.controls.update(Control::dtpCutoffDate,
+                          [](ControlState& c) { c.date = toOleDate(QDate(2026, 8, 24)); });
+    set(Control::chkSelectDate, 1);
+    prompter.answer(Prompter::Yes);
+    const QString file = cleaningFile(QStringLiteral("monthly"));
+    ASSERT_TRUE(Save_Cleaning(logic, prompter, file, kToday));
+    EXPECT_EQ(prompter.last().text,
+              QStringLiteral("Keep the cut-off as an age, \"older than 90 days\", so that it "
+                             "moves on with the day the cleaning runs?\r\n\r\nNo keeps the "
+                             "fixed date 2026-08-24."));
+    EXPECT_EQ(cleanings::load(file).cutoff, (Cutoff{Cutoff::Kind::OlderThanDays, 90, {}}));
+
+    logic.marking.mnuUnmark_Click();
+    set(Control::chkSelectDate, 0);
+    // Thirty days later the same age reaches thirty days further.
+    ASSERT_TRUE(Open_Cleaning(logic, prompter, file, kToday.addDays(30)));
+    EXPECT_EQ(marked(), QStringList({"Personal Folders/Projects"}));
+    EXPECT_EQ(value(Control::chkSelectDate), 1);
+    EXPECT_EQ(toQDate(logic.controls[Control::dtpCutoffDate].date), QDate(2026, 9, 23));
+}
+
+TEST_F(CleaningInWindowTest, ADamagedOrStaleCleaningIsToldOnceAndChangesNothing) {
+    const testing::TempHome home;
+    load();
+    tick("Inbox");
+    const auto options = optionValues();
+    const QString damaged = home.file(QStringLiteral("damaged.json"));
+    QFile out(damaged);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+    out.write("{\"format\": \"Tidyfold cleaning\", \"version\": 7}");
+    out.close();
+    prompter.forget();
+    EXPECT_FALSE(Open_Cleaning(logic, prompter, damaged, kToday));
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_TRUE(prompter.last().text.contains(QStringLiteral("saved by a newer Tidyfold")));
+    EXPECT_EQ(prompter.last().buttons, Prompter::OkOnly | Prompter::Critical);
+
+    const QString stale = home.file(QStringLiteral("stale.json"));
+    save(cleaningOf({"Projects", "Gone"}), stale);
+    prompter.forget();
+    EXPECT_FALSE(Open_Cleaning(logic, prompter, stale, kToday));
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_TRUE(prompter.last().text.contains(QStringLiteral("Personal Folders/Gone")));
+    EXPECT_EQ(marked(), QStringList({"Personal Folders/Inbox"}));
+    EXPECT_EQ(optionValues(), options);
 }
 
 }  // namespace
