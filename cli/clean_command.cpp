@@ -151,6 +151,9 @@ int CleanCommand::execute(const CleanOptions& options) {
         return kRefused;
     }
 
+    // What the marks said on the way (a sub-folder the rules left out, say), in the window's words.
+    const std::vector<CommandPrompter::Shown> marking = prompter.shown;
+
     // The report names every option as the run had it, the window's own start values included.
     const bool asAge = plan.cleaning.cutoff &&
                        plan.cleaning.cutoff->kind == cleanings::Cutoff::Kind::OlderThanDays;
@@ -190,6 +193,9 @@ int CleanCommand::execute(const CleanOptions& options) {
         out_ << "Dry run: nothing is changed. Add --apply to clean.\n\n";
         printTable(false);
         out_ << "\nThe window would say:\n";
+        for (const auto& shown : marking) {
+            out_ << indented(shown.text) << "\n";
+        }
         for (const auto& shown : gate) {
             out_ << indented(shown.text) << "\n";
         }
@@ -230,6 +236,10 @@ int CleanCommand::execute(const CleanOptions& options) {
     // The run itself: the window's Clean button, with the window's messages printed.
     prompter.shown.clear();
     messages_.clear();
+    for (const auto& shown : marking) {
+        messages_ << plainText(shown.text);
+        out_ << plainText(shown.text) << "\n";
+    }
     prompter.answerYes = options.yes;
     prompter.onShown = [&](const CommandPrompter::Shown& shown) {
         if (CommandPrompter::isItemFailure(shown.text)) {

@@ -371,6 +371,17 @@ TEST_F(CleanCommandTest, SafetyChecksRefuseWithTheWindowsWordsAndExitFour) {
     EXPECT_EQ(rule.err, QStringLiteral("tidyfold-clean: refused: Cannot marked \"Deleted Items\" "
                                        "folder if Permanent Delete box is unchecked.\n"));
 
+    // A sub-folder the rules leave out is told in the window's words; the rest is still cleaned.
+    const Ran branch =
+        runClean({"--store", store, "--folder", "Personal Folders", "--sub-folders"});
+    EXPECT_EQ(branch.code, kDone) << branch.err.toStdString();
+    EXPECT_TRUE(
+        branch.out.contains(QStringLiteral("The window would say:\n  Cannot marked \"Deleted "
+                                           "Items\" folder if Permanent Delete box is "
+                                           "unchecked.\n")))
+        << branch.out.toStdString();
+    EXPECT_FALSE(branch.out.contains(QStringLiteral("Personal Folders/Deleted Items")));
+
     const Ran asks = runClean(
         {"--store", store, "--folder", "Personal Folders/Inbox", "--permanent", "--apply"});
     EXPECT_EQ(asks.code, kRefused);
