@@ -101,7 +101,13 @@ int CleanCommand::execute(const CleanOptions& options) {
             return kInterrupted;
         }
         result_ = QStringLiteral("store not opened");
-        for (const QString& reason : logic.session.startFailures) {
+        QStringList reasons = logic.session.startFailures;
+        reasons.removeDuplicates();  // attaching and starting fail alike on a missing store
+        for (QString reason : reasons) {
+            // A store's own message may repeat its location, password and all.
+            for (const QString& location : plan.stores) {
+                reason.replace(location, cleanings::withoutCredentials(location));
+            }
             say(plainText(reason).replace(QLatin1Char('\n'), QLatin1Char(' ')).simplified());
         }
         if (logic.session.startFailures.isEmpty()) {
