@@ -342,6 +342,16 @@ TEST_F(CleanCommandTest, UsageMistakesAndBadCleaningsExitWithTwoAndChangeNothing
     EXPECT_EQ(gone.err, QStringLiteral("tidyfold-clean: the folder \"Personal Folders/Gone\" is "
                                        "not in the stores that are open; nothing was changed.\n"));
 
+    // A saved cleaning whose folder has since been deleted or renamed.
+    cleanings::Cleaning stale;
+    stale.folders = {{QStringLiteral("local:") + store, {"Personal Folders", "Inbox"}},
+                     {QStringLiteral("local:") + store, {"Personal Folders", "Old Lists"}}};
+    stale.setOption(Control::chkPermanentDelete, 1);
+    cleanings::save(stale, cleanings::cleaningFile(QStringLiteral("stale")));
+    const Ran staleRun = runClean({"stale", "--apply", "--yes"});
+    EXPECT_EQ(staleRun.code, kUsage) << staleRun.err.toStdString();
+    EXPECT_TRUE(staleRun.err.contains(QStringLiteral("\"Personal Folders/Old Lists\" is not in")));
+
     const Ran clash = runClean({"--store", store, "--folder", "Personal Folders/Lists",
                                 "--delete-folders", "--older-than", "30"});
     EXPECT_EQ(clash.code, kUsage);
