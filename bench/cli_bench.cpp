@@ -1,7 +1,8 @@
 // tidyfold-bench cli --items N [--runs R] [--dir DIR]
 // What the tidyfold-clean program adds to the work it does: the same dry run over a store file of
 // N mail items (half in the Inbox it cleans, half in an Archive beside it), once inside this
-// process through the command's own code, once as the real program started as a child. The
+// process through the command's own code, once as the real program started as a child. The run
+// deletes for good, so that the Deleted Items capacity check lets any size through. The
 // difference is the program's start-up: loading its libraries, reading its arguments, opening
 // the store afresh. Each figure is the median of R runs.
 #include <QDir>
@@ -73,7 +74,8 @@ int run(const QStringList& args) {
     writeStore(path, items);
     const QStringList arguments = {QStringLiteral("--store"),      path,
                                    QStringLiteral("--folder"),     QStringLiteral("Mailbox/Inbox"),
-                                   QStringLiteral("--older-than"), QStringLiteral("2020-12-31")};
+                                   QStringLiteral("--older-than"), QStringLiteral("2020-12-31"),
+                                   QStringLiteral("--permanent")};
 
     std::vector<double> inside;
     std::vector<double> outside;
