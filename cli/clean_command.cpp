@@ -263,6 +263,11 @@ int CleanCommand::execute(const CleanOptions& options) {
             }
         }
         messages_ << plainText(shown.text);
+        if (progressOnTerminal) {
+            // The progress line gives way to the message, and comes back at the next yield.
+            err_ << "\r\033[K";
+            err_.flush();
+        }
         out_ << plainText(shown.text) << "\n";
         out_.flush();
     };

@@ -295,6 +295,7 @@ TEST_F(CleanCommandTest, ADryRunChangesNothingAndCountsWhatApplyThenTakes) {
                              "--folder", "Mail/Lists", "--report", file("apply.json"), "--apply"} +
                  filters);
     ASSERT_EQ(applied.code, kDone) << applied.err.toStdString();
+    EXPECT_TRUE(applied.err.isEmpty()) << "no progress line when the output is not a terminal";
     const QJsonObject report = readReport(file("apply.json"));
     EXPECT_TRUE(report.value("complete").toBool());
     EXPECT_FALSE(report.value("interrupted").toBool());
@@ -452,6 +453,7 @@ TEST_F(CleanCommandTest, ItemsThatCannotBeDeletedExitWithOneAndAreReported) {
     QTextStream o(&out);
     QTextStream e(&err);
     CleanCommand command(o, e);
+    command.progressOnTerminal = true;
     command.openStores = [&](const QStringList&) {
         auto source = std::make_unique<testing::FakeApplicationSource>();
         std::vector<outlook::StorePtr> stores;
@@ -480,6 +482,10 @@ TEST_F(CleanCommandTest, ItemsThatCannotBeDeletedExitWithOneAndAreReported) {
     EXPECT_EQ(inbox.value("kept").toInt(), 3);
     EXPECT_EQ(testing::folderCounts(path).at("Personal Folders/Inbox"), 3);
     EXPECT_TRUE(out.contains(QStringLiteral("Not all items could be deleted")));
+    // On a terminal: one line, rewritten in place, with the count and the rate.
+    EXPECT_TRUE(err.contains(QStringLiteral("\r\033[KInbox: 0 of 8 taken, 0 a second")))
+        << err.toStdString();
+    EXPECT_FALSE(out.contains(QLatin1String("a second")));
 }
 
 // Every item of the store exactly once, wherever it lies now.
