@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <random>
 
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
@@ -149,6 +150,40 @@ TEST(CleaningFileTest, AnAgeMovesWithTheDayAndADateStays) {
     EXPECT_EQ(age.dateOn(QDate(2026, 11, 24)), QDate(2026, 8, 25));
     const Cutoff date{Cutoff::Kind::FixedDate, 0, QDate(2020, 1, 1)};
     EXPECT_EQ(date.dateOn(QDate(2026, 11, 23)), QDate(2020, 1, 1));
+}
+
+TEST(CleaningFileTest, AnyDamageToAGoodFileIsEitherReadOrRefusedNeverACrash) {
+    const QByteArray good = toJson(sample());
+    std::mt19937 random(19);
+    int refused = 0;
+    for (int round = 0; round < 2000; ++round) {
+        QByteArray bad = good;
+        const int cuts = 1 + static_cast<int>(random() % 4);
+        for (int c = 0; c < cuts; ++c) {
+            const auto at = static_cast<qsizetype>(random() % static_cast<unsigned>(bad.size()));
+            switch (random() % 3) {
+                case 0:
+                    bad[at] = static_cast<char>(random() % 256);
+                    break;
+                case 1:
+                    bad.remove(at, 1 + static_cast<qsizetype>(random() % 8));
+                    break;
+                default:
+                    bad.insert(at, "{[\",:0-}"[random() % 9]);
+                    break;
+            }
+        }
+        try {
+            const Cleaning read = fromJson(bad, QStringLiteral("fuzzed.json"));
+            // What is read is a cleaning this program can write again.
+            EXPECT_EQ(fromJson(toJson(read), QStringLiteral("again.json")), read);
+        } catch (const CleaningError& error) {
+            ++refused;
+            EXPECT_TRUE(error.message().startsWith(
+                QStringLiteral("The cleaning \"fuzzed.json\" cannot be used: ")));
+        }
+    }
+    EXPECT_GT(refused, 1000);
 }
 
 }  // namespace
