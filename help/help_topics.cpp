@@ -45,6 +45,7 @@ const std::vector<HelpTopic>& helpTopics() {
         {1500, QStringLiteral("marking-rules.html")},
         {1510, QStringLiteral("safety-checks.html")},
         {1520, QStringLiteral("menus.html")},
+        {1530, QStringLiteral("saved-cleanings.html")},
     };
     return topics;
 }

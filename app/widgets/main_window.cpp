@@ -6,7 +6,9 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QDateEdit>
+#include <QDir>
 #include <QEventLoop>
+#include <QFileDialog>
 #include <QFrame>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -36,6 +38,7 @@
 #include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
 #include "app/widgets/screen_fit.h"
+#include "cleanings/cleaning_in_window.h"
 
 namespace tf {
 
@@ -218,6 +221,29 @@ void frmRemoveItems::buildMenus() {
     QAction* reset = add(file, QStringLiteral("mnuResetOptions"), QStringLiteral("Reset &Options"));
     connect(reset, &QAction::triggered, this,
             [this] { logic_->processing.mnuResetOptions_Click(); });
+    file->addSeparator();
+    // Saved cleanings: the marks and options kept for next month, or for tidyfold-clean.
+    file->setToolTipsVisible(true);
+    QAction* saveCleaning =
+        add(file, QStringLiteral("mnuSaveCleaning"), QStringLiteral("Save Cleaning As…"));
+    saveCleaning->setToolTip(
+        QStringLiteral("Saves the marked folders and every option as a cleaning to run again"));
+    saveCleaning->setWhatsThis(QStringLiteral(
+        "Saves the marked folders (by store and path) and every option, the cut-off as a date "
+        "or as an age, in a small file under Tidyfold/cleanings in your config folder. Open it "
+        "again with Open Cleaning…, or run it without the window with tidyfold-clean NAME. See "
+        "\"Saved cleanings\" in the manual."));
+    connect(saveCleaning, &QAction::triggered, this, [this] { saveCleaningAs(); });
+    QAction* openCleaning =
+        add(file, QStringLiteral("mnuOpenCleaning"), QStringLiteral("Open Cleaning…"));
+    openCleaning->setToolTip(
+        QStringLiteral("Marks the folders and sets the options of a saved cleaning"));
+    openCleaning->setWhatsThis(QStringLiteral(
+        "Puts a saved cleaning back: its options first, then each folder's mark through the "
+        "marking rules, so a mark the rules refuse now is refused with their message. A damaged "
+        "file, or one whose folders are not open, changes nothing. See \"Saved cleanings\" in "
+        "the manual."));
+    connect(openCleaning, &QAction::triggered, this, [this] { openSavedCleaning(); });
     file->addSeparator();
     QAction* quit = add(file, QStringLiteral("mnuQuit"), QStringLiteral("&Quit"));
     quit->setShortcut(QKeySequence::Quit);
@@ -714,6 +740,29 @@ void frmRemoveItems::resizeEvent(QResizeEvent* event) {
     if (centralWidget() != nullptr && !splitterHandlerRunning_) {
         placeControls();
         logic_->gridLogic.Reset_Column_Widths();
+    }
+}
+
+void frmRemoveItems::saveCleaningAs() {
+    QDir().mkpath(cleanings::cleaningsFolder());
+    QString file = QFileDialog::getSaveFileName(this, QStringLiteral("Save Cleaning As"),
+                                                cleanings::cleaningsFolder(),
+                                                QStringLiteral("Cleanings (*.json)"));
+    if (file.isEmpty()) {
+        return;
+    }
+    if (!file.endsWith(QLatin1String(".json"))) {
+        file += QStringLiteral(".json");
+    }
+    cleanings::Save_Cleaning(*logic_, prompter_, file, QDate::currentDate());
+}
+
+void frmRemoveItems::openSavedCleaning() {
+    const QString file = QFileDialog::getOpenFileName(this, QStringLiteral("Open Cleaning"),
+                                                      cleanings::cleaningsFolder(),
+                                                      QStringLiteral("Cleanings (*.json)"));
+    if (!file.isEmpty()) {
+        cleanings::Open_Cleaning(*logic_, prompter_, file, QDate::currentDate());
     }
 }
 

@@ -101,6 +101,9 @@ class frmRemoveItems : public QMainWindow,
     // Names the current folder's store beside the current-folder label.
     void showCurrentStore();
     void connectHelpMenu();
+    // File > Save Cleaning As… and Open Cleaning…: the file dialogs; the rest is the logic's.
+    void saveCleaningAs();
+    void openSavedCleaning();
     bool sliderEvent(QFrame* slider, QEvent* event);
     void keepPaneWidths(bool treeMoved);
     // What's This mode: waits for the next click and names the control under it.

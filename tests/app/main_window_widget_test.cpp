@@ -9,6 +9,7 @@
 #include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -132,6 +133,26 @@ TEST_F(MainWindowWidgets, QuitAsksAndClosesEverything) {
                                              QStringLiteral("Quit Tidyfold?")}));
     EXPECT_FALSE(window.isVisible());
     EXPECT_TRUE(window.logic().Unloaded);
+}
+
+TEST_F(MainWindowWidgets, TheFileMenuSavesAndOpensCleaningsWithTipsAndWhatsThis) {
+    store::StoreApplicationSource source({sampleStore(1)}, home.file(QStringLiteral("unused")));
+    frmMessageBox messageWindow;
+    frmRemoveItems window(messageWindow, source);
+    QMenu* file = window.findChild<QMenu*>(QStringLiteral("mnuFile"));
+    ASSERT_NE(file, nullptr);
+    EXPECT_TRUE(file->toolTipsVisible());
+    const std::pair<const char*, const char*> actions[] = {{"mnuSaveCleaning", "Save Cleaning As…"},
+                                                           {"mnuOpenCleaning", "Open Cleaning…"}};
+    for (const auto& [name, text] : actions) {
+        QAction* action = window.findChild<QAction*>(QLatin1String(name));
+        ASSERT_NE(action, nullptr) << name;
+        EXPECT_TRUE(file->actions().contains(action)) << name;
+        EXPECT_EQ(action->text(), QString::fromUtf8(text));
+        EXPECT_FALSE(action->toolTip().isEmpty());
+        EXPECT_NE(action->toolTip(), action->text());  // a tip of its own, not the caption
+        EXPECT_TRUE(action->whatsThis().contains(QStringLiteral("Saved cleanings"))) << name;
+    }
 }
 
 // The column of the grid view headed with the word, -1 if none.

@@ -37,4 +37,21 @@ if [[ -f $metainfo ]]; then
     check appstreamcli validate --no-net --pedantic "$metainfo"
 fi
 check test -f "$prefix/share/icons/hicolor/scalable/apps/tidyfold.svg"
+check test -x "$prefix/bin/tidyfold-clean"
+check test -f "$prefix/share/man/man1/tidyfold-clean.1"
+check grep -q '^\.TH TIDYFOLD-CLEAN 1' "$prefix/share/man/man1/tidyfold-clean.1"
+for unit in tidyfold-clean@.service tidyfold-clean@.timer; do
+    check test -f "$prefix/lib/systemd/user/$unit"
+done
+# The units as systemd reads them, as an instance ("monthly") and with the command where this
+# test installed it: no unknown keys, no missing sections, a command that is there.
+if command -v systemd-analyze >/dev/null; then
+    units=$(mktemp -d)
+    sed "s|^ExecStart=[^ ]*|ExecStart=$prefix/bin/tidyfold-clean|" \
+        "$prefix/lib/systemd/user/tidyfold-clean@.service" >"$units/tidyfold-clean@monthly.service"
+    cp "$prefix/lib/systemd/user/tidyfold-clean@.timer" "$units/tidyfold-clean@monthly.timer"
+    check systemd-analyze verify --man=no "$units/tidyfold-clean@monthly.timer" \
+        "$units/tidyfold-clean@monthly.service"
+    rm -rf "$units"
+fi
 exit $fail

@@ -30,6 +30,12 @@ ALLOWED = {
     "help": FOUNDATIONS | {"window", "layout", "settings"},
     "app": MODEL | {"window", "tree", "cache", "grid", "marking", "clean", "layout", "settings",
                     "help"},
+    # Saved cleanings put their marks back through the window's logic.
+    "cleanings": MODEL | {"window", "tree", "cache", "grid", "marking", "clean", "layout",
+                          "settings", "help", "app"},
+    # The front end without a window: the window's logic and every store backend.
+    "cli": MODEL | {"store", "store/local", "store/maildir", "window", "tree", "cache", "grid",
+                    "marking", "clean", "layout", "settings", "help", "app", "cleanings"},
 }
 # Folders whose sources must build without Qt Gui and Qt Widgets: everything but the views.
 HEADLESS = set(ALLOWED)
