@@ -45,6 +45,7 @@ const std::vector<HelpTopic>& helpTopics() {
         {1500, QStringLiteral("marking-rules.html")},
         {1510, QStringLiteral("safety-checks.html")},
         {1520, QStringLiteral("menus.html")},
+        {1530, QStringLiteral("stores.html")},
     };
     return topics;
 }
@@ -81,6 +82,9 @@ int designedTopicOf(const QString& name) {
         {controlName(Control::chkSelectType), 1306},
         {controlName(Control::cmdRun), 1400},
         {controlName(Control::sbStatusBar), 1410},
+        {controlName(Control::mnuOpenStore), 1530},
+        {controlName(Control::mnuOpenSampleStore), 1530},
+        {controlName(Control::mnuCloseStore), 1530},
     };
     const auto it = topics.find(name);
     if (it != topics.end()) {
