@@ -117,6 +117,8 @@ frmOpenStore::frmOpenStore(outlook::ServerBackend& server, QWidget* parent)
             setKind(Kind::Server);
         }
     });
+    // Room for a whole path and for the Maildir check's two or three lines.
+    setMinimumWidth(fontMetrics().averageCharWidth() * 80);
     // Most people who open a store of their own keep their mail in a Maildir.
     setKind(Kind::Maildir);
 }
@@ -124,6 +126,7 @@ frmOpenStore::frmOpenStore(outlook::ServerBackend& server, QWidget* parent)
 QWidget* frmOpenStore::buildFilePage() {
     auto* page = new QWidget;
     auto* form = new QFormLayout(page);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     auto* row = new QHBoxLayout;
     txtStoreFile_ = explained(new QLineEdit, QStringLiteral("txtStoreFile"),
                               QStringLiteral("The store file to open."),
@@ -142,6 +145,7 @@ QWidget* frmOpenStore::buildFilePage() {
 QWidget* frmOpenStore::buildMaildirPage() {
     auto* page = new QWidget;
     auto* form = new QFormLayout(page);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     auto* row = new QHBoxLayout;
     txtMaildirFolder_ =
         explained(new QLineEdit, QStringLiteral("txtMaildirFolder"),
@@ -165,6 +169,8 @@ QWidget* frmOpenStore::buildMaildirPage() {
                                  QStringLiteral("Whether the folder is a Maildir folder."),
                                  QStringLiteral("Names what is missing, if anything."));
     lblMaildirCheck_->setWordWrap(true);
+    lblMaildirCheck_->setMinimumHeight(lblMaildirCheck_->fontMetrics().lineSpacing() * 3);
+    lblMaildirCheck_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     form->addRow(lblMaildirCheck_);
     connect(browse, &QPushButton::clicked, this, &frmOpenStore::browseMaildir);
     connect(txtMaildirFolder_, &QLineEdit::textChanged, this, &frmOpenStore::check);
@@ -174,6 +180,7 @@ QWidget* frmOpenStore::buildMaildirPage() {
 QWidget* frmOpenStore::buildServerPage() {
     auto* page = new QWidget;
     auto* form = new QFormLayout(page);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     txtHost_ = explained(new QLineEdit, QStringLiteral("txtHost"),
                          QStringLiteral("The mail server's name, such as imap.example.org."),
                          QStringLiteral("The server that keeps the account's mail (IMAP)."));
@@ -249,6 +256,18 @@ void frmOpenStore::setKind(Kind kind) {
         option->setChecked(true);
     }
     pages_->setCurrentIndex(page);
+    // The window is as tall as the chosen kind needs, not as the longest form.
+    for (int i = 0; i < pages_->count(); ++i) {
+        pages_->widget(i)->setSizePolicy(i == page ? QSizePolicy::Preferred : QSizePolicy::Ignored,
+                                         i == page ? QSizePolicy::Preferred : QSizePolicy::Ignored);
+    }
+    pages_->updateGeometry();
+    layout()->invalidate();
+    layout()->activate();
+    adjustSize();
+    // A page shown again keeps the geometry it had when it was hidden unless it is given the
+    // stack's.
+    pages_->currentWidget()->setGeometry(pages_->contentsRect());
     check();
 }
 
@@ -276,6 +295,16 @@ void frmOpenStore::check() {
             break;
     }
     buttons_->button(QDialogButtonBox::Open)->setEnabled(ready);
+    fitHeight();
+}
+
+void frmOpenStore::fitHeight() {
+    // A longer message wraps onto more lines: the window grows with it, never cuts it off.
+    const int wanted = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width())
+                                                     : layout()->totalSizeHint().height();
+    if (wanted > height()) {
+        resize(width(), wanted);
+    }
 }
 
 QString frmOpenStore::location() const {

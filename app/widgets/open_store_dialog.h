@@ -37,6 +37,7 @@ class frmOpenStore : public QDialog {
     outlook::ServerAccount account() const;
     // Enables Open when the chosen kind names something that can be tried.
     void check();
+    void fitHeight();
 
     outlook::ServerBackend& server_;
     QRadioButton* optStoreFile_ = nullptr;

@@ -410,3 +410,25 @@ TEST(TidyfoldHelp, ListsEveryKindOfLocation) {
 
 }  // namespace
 }  // namespace tf::testing
+
+namespace tf::testing {
+namespace {
+
+TEST(OpenStoreWindow, ThePathFieldsTakeTheWindowsWidthInEveryKind) {
+    store::NoServerBackend server;
+    frmOpenStore dialog(server);
+    dialog.show();
+    for (const auto& [kind, field] :
+         {std::pair{frmOpenStore::Kind::StoreFile, "txtStoreFile"},
+          std::pair{frmOpenStore::Kind::Maildir, "txtMaildirFolder"},
+          std::pair{frmOpenStore::Kind::Server, "txtHost"}}) {
+        dialog.setKind(kind);
+        QApplication::processEvents();
+        const QWidget* edit = part<QWidget>(dialog, field);
+        EXPECT_GT(edit->width(), dialog.width() / 2)
+            << field << " " << edit->width() << " of " << dialog.width();
+    }
+}
+
+}  // namespace
+}  // namespace tf::testing
