@@ -404,13 +404,34 @@ TEST_F(OpenStoresTest, TheSettingsHoldLocationAndNameOnlyBesideTheNumberedSettin
 
 TEST_F(OpenStoresTest, NothingIsOpenedOrClosedDuringARun) {
     const QString a = storeFile(QStringLiteral("a.tidystore"));
-    ASSERT_TRUE(start());
-    logic->flags.Processing = true;
+    const QString b = storeFile(QStringLiteral("b.tidystore"));
+    ASSERT_TRUE(start({}));
     logic->mnuOpenStore(storeFileLocation(a));
+    logic->mnuOpenStore(storeFileLocation(b));
+    const QList<RememberedStore> before = remembered.load().value();
+    select(QStringLiteral("Personal Folders"));
+    prompter.forget();
+    logic->flags.Processing = true;
     logic->mnuOpenSampleStore_Click();
+    logic->mnuCloseStore_Click();
     logic->flags.Processing = false;
-    EXPECT_EQ(treeStores(), QStringList{QStringLiteral("Sample Mailbox")});
-    EXPECT_FALSE(remembered.load().has_value());
+    EXPECT_TRUE(prompter.shown().empty());
+    EXPECT_EQ(treeStores().size(), 2);
+    EXPECT_EQ(remembered.load().value(), before);
+}
+
+// Opened inside a yield of the loading loop, as a menu command runs while loading goes on: the
+// load stops and starts over with the new store, and only the finished pass says so.
+TEST_F(OpenStoresTest, AStoreOpenedWhileLoadingJoinsWhenTheLoadStartsOver) {
+    const QString mail = maildir(QStringLiteral("Mail"));
+    yield.at(3, [&] { logic->mnuOpenStore(maildirLocation(mail, {})); });
+    ASSERT_TRUE(start());
+    EXPECT_EQ(prompter.texts(), QStringList{kLoaded});
+    EXPECT_EQ(treeStores(), QStringList{QStringLiteral("Mail")});
+    EXPECT_TRUE(logic->flags.AllFoldersCached);
+    // The tree was built twice: once on the sample store, once more with the Maildir.
+    EXPECT_EQ(log.events().count(QStringLiteral("message:show")), 2);
+    EXPECT_EQ(rememberedNames(), QStringList{QStringLiteral("Mail")});
 }
 
 TEST(StoreChoice, AMaildirFolderNeedsCurNewAndTmp) {
