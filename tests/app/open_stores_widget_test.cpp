@@ -418,10 +418,9 @@ TEST(OpenStoreWindow, ThePathFieldsTakeTheWindowsWidthInEveryKind) {
     store::NoServerBackend server;
     frmOpenStore dialog(server);
     dialog.show();
-    for (const auto& [kind, field] :
-         {std::pair{frmOpenStore::Kind::StoreFile, "txtStoreFile"},
-          std::pair{frmOpenStore::Kind::Maildir, "txtMaildirFolder"},
-          std::pair{frmOpenStore::Kind::Server, "txtHost"}}) {
+    for (const auto& [kind, field] : {std::pair{frmOpenStore::Kind::StoreFile, "txtStoreFile"},
+                                      std::pair{frmOpenStore::Kind::Maildir, "txtMaildirFolder"},
+                                      std::pair{frmOpenStore::Kind::Server, "txtHost"}}) {
         dialog.setKind(kind);
         QApplication::processEvents();
         const QWidget* edit = part<QWidget>(dialog, field);
