@@ -11,9 +11,11 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QShortcut>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+#include <QWhatsThis>
 
 #include "app/store_choice.h"
 
@@ -117,6 +119,10 @@ frmOpenStore::frmOpenStore(outlook::ServerBackend& server, QWidget* parent)
             setKind(Kind::Server);
         }
     });
+    // The keyboard's way to the fields' explanations, as the title bar's question mark is the
+    // mouse's.
+    auto* explain = new QShortcut(QKeySequence::WhatsThis, this);
+    connect(explain, &QShortcut::activated, this, [] { QWhatsThis::enterWhatsThisMode(); });
     // Room for a whole path and for the Maildir check's two or three lines.
     setMinimumWidth(fontMetrics().averageCharWidth() * 80);
     // Most people who open a store of their own keep their mail in a Maildir.

@@ -17,6 +17,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
+#include <QWhatsThis>
 #include <QWindow>
 #include <functional>
 #include <memory>
@@ -389,6 +390,10 @@ TEST_F(OpenStoresWidgets, TheOpenStoreWindowWorksFromTheKeyboard) {
     QTest::keyClick(keys, Qt::Key_F, Qt::AltModifier);
     auto* folder = part<QLineEdit>(dialog, "txtMaildirFolder");
     EXPECT_TRUE(folder->hasFocus());
+    // Shift+F1 explains the next control clicked; Esc leaves that mode.
+    QTest::keyClick(keys, Qt::Key_F1, Qt::ShiftModifier);
+    EXPECT_TRUE(QWhatsThis::inWhatsThisMode());
+    QWhatsThis::leaveWhatsThisMode();
     QTest::keyClicks(folder, mail);
     QTest::keyClick(keys, Qt::Key_Return);
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
