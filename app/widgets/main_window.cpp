@@ -258,7 +258,7 @@ void frmRemoveItems::buildStoreMenu(QMenu* file) {
         actions_.insert(name, action);
         return action;
     };
-    QAction* open = add(QStringLiteral("mnuOpenStore"), QStringLiteral("&Open Store..."),
+    QAction* open = add(QStringLiteral("mnuOpenStore"), QStringLiteral("O&pen Store..."),
                         QStringLiteral("Open a store file, a Maildir folder or a mail server."),
                         QStringLiteral("The store joins the folder tree and is opened again at "
                                        "the next start."));
