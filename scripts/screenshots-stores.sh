@@ -60,5 +60,8 @@ sed -n '/Stores/p' "$scratch/.config/Tidyfold/HKEY_LOCAL_MACHINE.ini"
 # window once loaded.
 xvfb-run -a -s "-screen 0 ${size}x24" \
     "$scratch/session.sh" "$program" --screenshot "$out/stores-8-started-again.png"
+# And once more with the window manager's frame, to show the title.
+xvfb-run -a -s "-screen 0 ${size}x24" \
+    "$scratch/session.sh" "$tour" --again --maildir "$scratch/Mail" --out "$out"
 echo "Pictures in $out:"
 ls "$out" | grep '^stores-'

@@ -1,8 +1,8 @@
 // Pictures of a person's first day with their own mail: Tidyfold started as its desktop entry
 // starts it (no arguments), the Open Store window in each kind, a Maildir opened, a folder of it
 // cleaned, and Quit. Started again, the Maildir is open; scripts/screenshots-stores.sh pictures
-// that start with the program itself.
-//   tidyfold-store-tour --maildir DIR --out DIR
+// that start with the program itself, and with --again in its frame.
+//   tidyfold-store-tour --maildir DIR --out DIR [--again]
 // It answers every question itself. Its settings and stores are those of the HOME it is given.
 #include <QAction>
 #include <QApplication>
@@ -126,12 +126,17 @@ int main(int argc, char* argv[]) {
                                            QStringLiteral("dir"));
     const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("folder"),
                                        QStringLiteral("dir"));
-    parser.addOptions({maildirOption, outOption});
+    // The next day: only a picture of the window as it opens, with its frame and title.
+    const QCommandLineOption againOption(QStringLiteral("again"), QStringLiteral("next start"));
+    parser.addOptions({maildirOption, outOption, againOption});
     parser.process(app);
     const QString maildir = parser.value(maildirOption);
     outDir = parser.value(outOption);
     QDir().mkpath(outDir);
-    makeMaildir(maildir);
+    const bool again = parser.isSet(againOption);
+    if (!again) {
+        makeMaildir(maildir);
+    }
     QDir(maildir).mkpath(QStringLiteral("../NotMail/cur"));
     const QString notMaildir = QDir(maildir).absoluteFilePath(QStringLiteral("../NotMail"));
 
@@ -146,6 +151,12 @@ int main(int argc, char* argv[]) {
     tf::frmRemoveItems window(messageWindow, stores, server);
     if (!window.load()) {
         return 1;
+    }
+    if (again) {
+        QTest::qWait(1500);  // the window manager frames a window that opened at once
+        shot(QStringLiteral("stores-9-started-again-framed"));
+        window.close();
+        return 0;
     }
     shot(QStringLiteral("stores-1-first-start"));
 
