@@ -243,14 +243,6 @@ QString OpenStores::title() const {
     return QStringLiteral("Tidyfold");
 }
 
-QList<RememberedStore> OpenStores::list() const {
-    QList<RememberedStore> stores;
-    for (const Entry& entry : entries_) {
-        stores.append({entry.location, entry.name});
-    }
-    return stores;
-}
-
 void OpenStores::publish() {
     if (session_) {
         session_->setStores(allStores());

@@ -38,8 +38,6 @@ class OpenStores : public ApplicationSource {
 
     // "Sample Mailbox - Tidyfold" with one store open, "Tidyfold" otherwise.
     QString title() const;
-    // The open stores' locations and names, in the tree's order.
-    QList<RememberedStore> list() const;
     // False for a run with stores named on the command line: it leaves the remembered set alone.
     bool remembers() const { return commandLine_.isEmpty(); }
 
