@@ -69,6 +69,11 @@ bool RemoveItemsLogic::Form_Load() {
             return;
         }
         treeBuilder.setNameSpace(session.nameSpace);
+        // A store named twice, or a remembered one that is gone, is told once before the window
+        // opens on the others.
+        for (const QString& note : source_.takeStartNotes()) {
+            prompter_.tell(note);
+        }
 
         p.step(QStringLiteral("Set Variables"));
         controls.update(Control::dtpCutoffDate,
@@ -248,6 +253,59 @@ void RemoveItemsLogic::mnuRefreshCurrent_Click() {
             flags.InterruptCaching = true;
         }
     });
+}
+
+void RemoveItemsLogic::mnuOpenStore(const QString& location) {
+    if (flags.Processing || openStores == nullptr) {
+        return;
+    }
+    storesChanged(openStores->open(prompter_, location));
+}
+
+void RemoveItemsLogic::mnuOpenSampleStore_Click() {
+    if (flags.Processing || openStores == nullptr) {
+        return;
+    }
+    storesChanged(openStores->openSample(prompter_));
+}
+
+void RemoveItemsLogic::mnuCloseStore_Click() {
+    if (flags.Processing || openStores == nullptr) {
+        return;
+    }
+    const QString storeID = selectedStoreTop();
+    if (storeID.isEmpty()) {
+        prompter_.tell(QStringLiteral("Select the top folder of the store to close in the tree."));
+        return;
+    }
+    storesChanged(openStores->close(prompter_, storeID));
+}
+
+QString RemoveItemsLogic::selectedStoreTop() const {
+    const int node = tree.selected();
+    if (node < 1 || node > tree.count()) {
+        return {};
+    }
+    // With one store the root is its top folder; with several, the root's children are.
+    const bool top = treeBuilder.severalStores() ? tree.node(node).parent == 1 : node == 1;
+    const outlook::FolderPtr& folder = records[treeBuilder.Get_Node_Index(node)].Folder;
+    if (!top || !folder) {
+        return {};
+    }
+    QString storeID;
+    try {
+        storeID = folder->StoreID();
+    } catch (const std::exception&) {
+        return {};
+    }
+    return storeID;
+}
+
+void RemoveItemsLogic::storesChanged(bool changed) {
+    if (changed) {
+        // The stores join or leave the tree as a Refresh rebuilds it, also while loading runs.
+        mnuRefresh_Click();
+    }
 }
 
 void RemoveItemsLogic::mnuQuit_Click() {

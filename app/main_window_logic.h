@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include "app/open_stores.h"
 #include "app/start_outlook.h"
 #include "cache/item_cache.h"
 #include "cache/item_filters.h"
@@ -50,6 +51,16 @@ class RemoveItemsLogic {
     void mnuRefreshCurrent_Click();
     // The unload handler: also reached by closing the window. Never cancelled.
     void Form_Unload();
+    // Opening and closing stores from the window; each rebuilds the tree when the stores changed.
+    void mnuOpenStore(const QString& location);
+    void mnuOpenSampleStore_Click();
+    // Closes the store whose top folder is selected, after asking.
+    void mnuCloseStore_Click();
+    // The StoreID of the store whose top folder is the selected node; empty for any other node.
+    QString selectedStoreTop() const;
+
+    // The stores opened and closed from the window; none when the session comes from elsewhere.
+    OpenStores* openStores = nullptr;
 
     ErrorContext errors;
     FolderTree tree;
@@ -89,6 +100,7 @@ class RemoveItemsLogic {
     void alignControls(Procedure& p);
     void setDesignTimeValues();
     void startFolderIsCurrent();
+    void storesChanged(bool changed);
 
     Prompter& prompter_;
     Yield& yield_;

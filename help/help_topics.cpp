@@ -46,6 +46,7 @@ const std::vector<HelpTopic>& helpTopics() {
         {1510, QStringLiteral("safety-checks.html")},
         {1520, QStringLiteral("menus.html")},
         {1530, QStringLiteral("saved-cleanings.html")},
+        {1540, QStringLiteral("stores.html")},
     };
     return topics;
 }
@@ -82,6 +83,9 @@ int designedTopicOf(const QString& name) {
         {controlName(Control::chkSelectType), 1306},
         {controlName(Control::cmdRun), 1400},
         {controlName(Control::sbStatusBar), 1410},
+        {controlName(Control::mnuOpenStore), 1540},
+        {controlName(Control::mnuOpenSampleStore), 1540},
+        {controlName(Control::mnuCloseStore), 1540},
     };
     const auto it = topics.find(name);
     if (it != topics.end()) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 #include "outlook/object_model.h"
 
 namespace tf {
@@ -16,6 +18,9 @@ class ApplicationSource {
     // sample content on first run. Never opens the default store in place of a named one. Throws
     // when it cannot.
     virtual outlook::ApplicationPtr CreateObject() = 0;
+    // What the window tells once the session is had: stores named twice, stores that could not
+    // be opened again. Each note is taken once.
+    virtual QStringList takeStartNotes() { return {}; }
 };
 
 }  // namespace tf

@@ -86,6 +86,17 @@ void Session::endChanges() {
     }
 }
 
+StorePtr sameStore(const std::vector<StorePtr>& stores, const Store& candidate) {
+    const QString id = candidate.StoreID();
+    const QString location = candidate.location();
+    for (const StorePtr& store : stores) {
+        if (store->StoreID() == id || store->location() == location) {
+            return store;
+        }
+    }
+    return nullptr;
+}
+
 SessionApplication::SessionApplication(std::vector<StorePtr> stores)
     : session_(std::make_shared<Session>(std::move(stores))) {}
 

@@ -51,7 +51,42 @@ outlook::StorePtr openMaildir(const QString& rest) {
     return maildir::openMaildirStore(QFileInfo(path).absoluteFilePath(), account);
 }
 
+// An existing path with its links resolved; one that does not exist (yet), made absolute.
+QString canonicalPath(const QString& path) {
+    const QFileInfo info(expandHome(path));
+    const QString canonical = info.canonicalFilePath();
+    return canonical.isEmpty() ? info.absoluteFilePath() : canonical;
+}
+
 }  // namespace
+
+const std::vector<LocationKind>& locationKinds() {
+    static const std::vector<LocationKind> kinds = {
+        {QStringLiteral("local:FILE or FILE"),
+         QStringLiteral("a Tidyfold store file, which may hold several stores")},
+        {QStringLiteral("maildir:FOLDER[#NAME]"),
+         QStringLiteral("a Maildir++ folder (the one that holds cur/, new/ and tmp/), shown as "
+                        "NAME or after the folder")},
+    };
+    return kinds;
+}
+
+QString canonicalLocation(const QString& location) {
+    const QString scheme = schemeOf(location);
+    if (scheme.isEmpty() || scheme == kLocalScheme) {
+        const QString path = scheme.isEmpty() ? location : location.mid(kLocalScheme.size());
+        return path.isEmpty() ? location : kLocalScheme + canonicalPath(path);
+    }
+    if (scheme == kMaildirScheme) {
+        const QString rest = location.mid(kMaildirScheme.size());
+        const qsizetype hash = rest.lastIndexOf(QLatin1Char('#'));
+        const QString path = hash < 0 ? rest : rest.left(hash);
+        return path.isEmpty()
+                   ? location
+                   : kMaildirScheme + canonicalPath(path) + (hash < 0 ? QString() : rest.mid(hash));
+    }
+    return location;
+}
 
 std::vector<outlook::StorePtr> openStores(const QString& location) {
     const QString scheme = schemeOf(location);

@@ -15,6 +15,18 @@ namespace tf::store {
 // the location and the reason.
 std::vector<outlook::StorePtr> openStores(const QString& location);
 
+// One kind of location, as --help and the manual list it.
+struct LocationKind {
+    QString form;     // "maildir:FOLDER[#NAME]"
+    QString meaning;  // "a Maildir++ folder ..."
+};
+// Every kind of location openStores knows, in the order --help lists them.
+const std::vector<LocationKind>& locationKinds();
+
+// The location with its path absolute and its links resolved ("local:/home/ann/a.tidystore"),
+// so that two spellings of one store read the same. Locations of other kinds come back as given.
+QString canonicalLocation(const QString& location);
+
 // Where the default store lives: default.tidystore in the user's data folder for Tidyfold.
 QString defaultStorePath();
 

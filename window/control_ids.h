@@ -54,7 +54,10 @@ namespace tf {
     X(mnuRefresh) \
     X(mnuRefreshCurrent) \
     X(mnuUnmark) \
-    X(mnuResetOptions)
+    X(mnuResetOptions) \
+    X(mnuOpenStore) \
+    X(mnuOpenSampleStore) \
+    X(mnuCloseStore)
 // clang-format on
 
 enum class Control : int {

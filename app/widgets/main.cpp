@@ -7,7 +7,9 @@
 
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
+#include "settings/remembered_stores.h"
 #include "store/store_locator.h"
+#include "store/store_opener.h"
 
 namespace {
 
@@ -34,16 +36,21 @@ struct Options {
 // answered on a machine without a display too. Returns an exit code when the program is done.
 std::optional<int> parse(const QStringList& arguments, Options& options) {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Removes unwanted items from mail stores, safely."));
+    QString description = QStringLiteral(
+        "Removes unwanted items from mail stores, safely.\n\nWithout --store the stores opened "
+        "last time open again (the sample store the first time).\n\nKinds of <location>:");
+    for (const tf::store::LocationKind& kind : tf::store::locationKinds()) {
+        description += QStringLiteral("\n  %1\n      %2").arg(kind.form, kind.meaning);
+    }
+    parser.setApplicationDescription(description);
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows these options."));
     const QCommandLineOption version(QStringLiteral("version"),
                                      QStringLiteral("Shows the version."));
     const QCommandLineOption store(
         QStringLiteral("store"),
-        QStringLiteral("Opens the store at <location> (local:FILE or FILE) instead of the default "
-                       "store. Repeat it to open several stores."),
+        QStringLiteral("Opens the store at <location> instead of the remembered stores, for this "
+                       "run only. Repeat it to open several stores."),
         QStringLiteral("location"));
     // For documentation and checks: saves a picture of the window once it has loaded, then quits.
     QCommandLineOption screenshot(QStringLiteral("screenshot"),
@@ -97,10 +104,13 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationName(QStringLiteral("Tidyfold"));
     QApplication::setApplicationVersion(QStringLiteral(TIDYFOLD_VERSION));
 
-    tf::store::StoreApplicationSource source(options.stores, tf::store::defaultStorePath());
+    tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath());
+    tf::RememberedStores remembered;
+    tf::OpenStores stores(opener, remembered, options.stores);
+    tf::store::NoServerBackend server;
     tf::frmMessageBox messageWindow;
     messageWindow.show();
-    tf::frmRemoveItems window(messageWindow, source);
+    tf::frmRemoveItems window(messageWindow, stores, server);
     bool screenshotTaken = false;
     if (!options.screenshot.isEmpty()) {
         // Set before loading, which ends in a modal message box; the picture is of the main

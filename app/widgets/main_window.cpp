@@ -37,6 +37,7 @@
 #include "app/widgets/help_viewer_window.h"
 #include "app/widgets/items_grid_model.h"
 #include "app/widgets/message_window.h"
+#include "app/widgets/open_store_dialog.h"
 #include "app/widgets/screen_fit.h"
 #include "cleanings/cleaning_in_window.h"
 
@@ -183,6 +184,16 @@ frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& 
     placeControls();
 }
 
+frmRemoveItems::frmRemoveItems(frmMessageBox& messageWindow, OpenStores& stores,
+                               outlook::ServerBackend& server)
+    : frmRemoveItems(messageWindow, stores) {
+    logic_->openStores = &stores;
+    server_ = &server;
+    for (const char* name : {"mnuOpenStore", "mnuOpenSampleStore", "mnuCloseStore"}) {
+        actions_.value(QLatin1String(name))->setVisible(true);
+    }
+}
+
 frmRemoveItems::~frmRemoveItems() {
     // The views go before the logic whose state they show: Qt would delete them only after the
     // members, the logic among them, are gone.
@@ -205,6 +216,7 @@ void frmRemoveItems::buildMenus() {
         actions_.insert(name, action);
         return action;
     };
+    buildStoreMenu(file);
     QAction* refresh = add(file, QStringLiteral("mnuRefresh"), QStringLiteral("&Refresh"));
     refresh->setShortcut(QKeySequence::Refresh);
     connect(refresh, &QAction::triggered, this, [this] { logic_->mnuRefresh_Click(); });
@@ -225,7 +237,7 @@ void frmRemoveItems::buildMenus() {
     // Saved cleanings: the marks and options kept for next month, or for tidyfold-clean.
     file->setToolTipsVisible(true);
     QAction* saveCleaning =
-        add(file, QStringLiteral("mnuSaveCleaning"), QStringLiteral("Save Cleaning As…"));
+        add(file, QStringLiteral("mnuSaveCleaning"), QStringLiteral("&Save Cleaning As…"));
     saveCleaning->setToolTip(
         QStringLiteral("Saves the marked folders and every option as a cleaning to run again"));
     saveCleaning->setWhatsThis(QStringLiteral(
@@ -235,7 +247,7 @@ void frmRemoveItems::buildMenus() {
         "\"Saved cleanings\" in the manual."));
     connect(saveCleaning, &QAction::triggered, this, [this] { saveCleaningAs(); });
     QAction* openCleaning =
-        add(file, QStringLiteral("mnuOpenCleaning"), QStringLiteral("Open Cleaning…"));
+        add(file, QStringLiteral("mnuOpenCleaning"), QStringLiteral("Open Clea&ning…"));
     openCleaning->setToolTip(
         QStringLiteral("Marks the folders and sets the options of a saved cleaning"));
     openCleaning->setWhatsThis(QStringLiteral(
@@ -257,6 +269,63 @@ void frmRemoveItems::buildMenus() {
     add(help, QStringLiteral("mnuOnlineHelp"), QStringLiteral("&Online Help"));
     help->addSeparator();
     add(help, QStringLiteral("mnuAbout"), QStringLiteral("&About"));
+}
+
+void frmRemoveItems::buildStoreMenu(QMenu* file) {
+    file->setToolTipsVisible(true);
+    const auto add = [this, file](const QString& name, const QString& text, const QString& tip,
+                                  const QString& more) {
+        QAction* action = file->addAction(text);
+        action->setObjectName(name);
+        action->setToolTip(tip);
+        action->setWhatsThis(more);
+        // Shown once the window opens and closes stores itself (not for a fixed session).
+        action->setVisible(false);
+        actions_.insert(name, action);
+        return action;
+    };
+    QAction* open = add(QStringLiteral("mnuOpenStore"), QStringLiteral("O&pen Store..."),
+                        QStringLiteral("Open a store file, a Maildir folder or a mail server."),
+                        QStringLiteral("The store joins the folder tree and is opened again at "
+                                       "the next start."));
+    open->setShortcut(QKeySequence::Open);
+    connect(open, &QAction::triggered, this, [this] { openStore(); });
+    QAction* sample =
+        add(QStringLiteral("mnuOpenSampleStore"), QStringLiteral("Open S&ample Store"),
+            QStringLiteral("Open the sample store, to try Tidyfold without risking "
+                           "real mail."),
+            QStringLiteral("The sample store is made with realistic content the "
+                           "first time. It shows as \"Sample Mailbox\"."));
+    connect(sample, &QAction::triggered, this, [this] {
+        logic_->mnuOpenSampleStore_Click();
+        showTitle();
+    });
+    QAction* close = add(QStringLiteral("mnuCloseStore"), QStringLiteral("Clos&e Store"),
+                         QStringLiteral("Close the store whose top folder is selected."),
+                         QStringLiteral("Asks first. The store leaves the tree and is no longer "
+                                        "opened at start; nothing in it is changed."));
+    connect(close, &QAction::triggered, this, [this] {
+        logic_->mnuCloseStore_Click();
+        showTitle();
+    });
+    file->addSeparator();
+}
+
+void frmRemoveItems::openStore() {
+    if (server_ == nullptr || logic_->flags.Processing) {
+        return;
+    }
+    frmOpenStore dialog(*server_, this);
+    fitToScreen(dialog);
+    if (dialog.exec() == QDialog::Accepted) {
+        logic_->mnuOpenStore(dialog.location());
+        showTitle();
+    }
+}
+
+void frmRemoveItems::showTitle() {
+    setWindowTitle(logic_->openStores != nullptr ? logic_->openStores->title()
+                                                 : QStringLiteral("Tidyfold"));
 }
 
 void frmRemoveItems::buildControls() {
@@ -571,7 +640,9 @@ void frmRemoveItems::panelChanged(int panel) {
 
 bool frmRemoveItems::load() {
     logic_->help.form.windowHandle = static_cast<std::uintptr_t>(winId());
-    return logic_->Form_Load();
+    const bool loaded = logic_->Form_Load();
+    showTitle();
+    return loaded;
 }
 
 void frmRemoveItems::placeControls() {
@@ -700,6 +771,7 @@ void frmRemoveItems::showMain() {
     for (int node = 1; node <= logic_->tree.count(); ++node) {
         syncExpansion(node);
     }
+    showTitle();
     fitToScreen(*this);
     show();
     raise();

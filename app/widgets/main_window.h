@@ -17,6 +17,7 @@
 #include "grid/row_presentation.h"
 #include "help/main_window_help.h"
 #include "layout/splitter_layout.h"
+#include "outlook/server_account.h"
 #include "window/controls.h"
 #include "window/status_panels.h"
 #include "window/window_shell.h"
@@ -28,6 +29,7 @@ class QGroupBox;
 class QLabel;
 class QPushButton;
 class QFrame;
+class QMenu;
 
 namespace tf {
 
@@ -46,6 +48,9 @@ class frmRemoveItems : public QMainWindow,
     Q_OBJECT
   public:
     frmRemoveItems(frmMessageBox& messageWindow, ApplicationSource& source);
+    // With stores that the user opens and closes from the File menu.
+    frmRemoveItems(frmMessageBox& messageWindow, OpenStores& stores,
+                   outlook::ServerBackend& server);
     ~frmRemoveItems() override;
 
     // Runs start-up; false when the program is to end.
@@ -72,6 +77,8 @@ class frmRemoveItems : public QMainWindow,
     frmHelpViewer* helpViewer() const { return helpViewer_; }
     frmHelpBrowser* helpBrowser() const { return helpBrowser_; }
     frmAbout* aboutWindow() const { return about_; }
+    // File > Open Store: asks for a store and opens it.
+    void openStore();
     // The item window opened last by a double click or Enter in the grid.
     frmItem* itemWindow() const { return itemWindows_.last(); }
     // Where items open, for an item's Display.
@@ -85,6 +92,8 @@ class frmRemoveItems : public QMainWindow,
 
   private:
     void buildMenus();
+    void buildStoreMenu(QMenu* file);
+    void showTitle();
     void buildControls();
     QGroupBox* buildOptionsFrame();
     void placeControls();
@@ -137,6 +146,7 @@ class frmRemoveItems : public QMainWindow,
     int treeWidthPx_ = 270;
     int optionsWidthPx_ = 270;
     bool closing_ = false;
+    outlook::ServerBackend* server_ = nullptr;
 };
 
 }  // namespace tf

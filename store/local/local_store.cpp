@@ -12,7 +12,11 @@ std::vector<outlook::StorePtr> openLocalStores(const QString& path) {
     checkAccess(path);
     checkHeader(path);
     auto file = std::make_shared<StoreFile>(path);
-    file->location = QStringLiteral("local:") + QFileInfo(path).absoluteFilePath();
+    // Links resolved, so that one file named two ways is recognised as one store.
+    const QFileInfo info(path);
+    file->location =
+        QStringLiteral("local:") +
+        (info.canonicalFilePath().isEmpty() ? info.absoluteFilePath() : info.canonicalFilePath());
     checkFormat(file->db, path);
     {
         // WAL with synchronous=NORMAL: a killed process loses at most its unfinished step.

@@ -385,7 +385,8 @@ void writeSampleStoreFile(const QString& path, const SampleOptions& options) {
     StoreWriter writer(path);
     qint64 number = 0;
     for (int s = 0; s < options.stores; ++s) {
-        const qint64 top = writer.addStore(storeName(s));
+        const qint64 top = writer.addStore(
+            s == 0 && !options.firstStoreName.isEmpty() ? options.firstStoreName : storeName(s));
         const StoreFolders folders = addFolders(writer, top);
         const qint64 count = total / options.stores + (s < total % options.stores ? 1 : 0);
         for (qint64 i = 0; i < count; ++i, ++number) {

@@ -14,6 +14,8 @@ struct SampleOptions {
     quint64 seed = 1;
     // Dates lie in the ten years before this moment; invalid: the current time.
     QDateTime now;
+    // The first store's name; empty: "Personal Folders".
+    QString firstStoreName;
 };
 
 inline constexpr qint64 kDefaultItemsPerStore = 600;

@@ -142,8 +142,8 @@ TEST_F(MainWindowWidgets, TheFileMenuSavesAndOpensCleaningsWithTipsAndWhatsThis)
     QMenu* file = window.findChild<QMenu*>(QStringLiteral("mnuFile"));
     ASSERT_NE(file, nullptr);
     EXPECT_TRUE(file->toolTipsVisible());
-    const std::pair<const char*, const char*> actions[] = {{"mnuSaveCleaning", "Save Cleaning As…"},
-                                                           {"mnuOpenCleaning", "Open Cleaning…"}};
+    const std::pair<const char*, const char*> actions[] = {
+        {"mnuSaveCleaning", "&Save Cleaning As…"}, {"mnuOpenCleaning", "Open Clea&ning…"}};
     for (const auto& [name, text] : actions) {
         QAction* action = window.findChild<QAction*>(QLatin1String(name));
         ASSERT_NE(action, nullptr) << name;

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include "common/failure.h"
 #include "outlook/constants.h"
@@ -141,6 +142,34 @@ TEST_F(StoreLocator, UnknownKindsOfStoreAreRefusedPlainly) {
                     store::openStores(QStringLiteral("imap://mail.example.org"));
                 }).contains(QStringLiteral("\"imap:\" is not a kind of store")));
     EXPECT_FALSE(failureOf([] { store::openStores(QStringLiteral("local:")); }).isEmpty());
+}
+
+TEST_F(StoreLocator, ALocationIsWrittenOneWayForEveryWayToNameIt) {
+    const QString file = sample(QStringLiteral("mine.tidystore"));
+    ASSERT_TRUE(QFile::link(file, home.file(QStringLiteral("link.tidystore"))));
+    QDir(home.path()).mkpath(QStringLiteral("sub"));
+    const QString canonical = QStringLiteral("local:") + QFileInfo(file).canonicalFilePath();
+    for (const QString& spelling :
+         {file, QStringLiteral("local:") + file, QStringLiteral("~/mine.tidystore"),
+          QStringLiteral("local:~/sub/../mine.tidystore"),
+          QStringLiteral("local:") + home.file(QStringLiteral("link.tidystore"))}) {
+        EXPECT_EQ(store::canonicalLocation(spelling), canonical) << spelling.toStdString();
+    }
+    // The store reports the same location, so that an open store is recognised by it.
+    EXPECT_EQ(store::openStores(QStringLiteral("local:~/link.tidystore")).at(0)->location(),
+              canonical);
+
+    store::maildir::MaildirWriter writer(home.file(QStringLiteral("Mail")));
+    const QString mail = QDir(home.file(QStringLiteral("Mail"))).canonicalPath();
+    EXPECT_EQ(store::canonicalLocation(QStringLiteral("maildir:~/sub/../Mail#Work")),
+              QStringLiteral("maildir:%1#Work").arg(mail));
+    EXPECT_EQ(store::canonicalLocation(QStringLiteral("maildir:~/Mail")),
+              QStringLiteral("maildir:") + mail);
+    // A path that does not exist yet is made absolute; another kind is left as written.
+    EXPECT_EQ(store::canonicalLocation(QStringLiteral("local:~/new.tidystore")),
+              QStringLiteral("local:") + home.file(QStringLiteral("new.tidystore")));
+    EXPECT_EQ(store::canonicalLocation(QStringLiteral("imap://mail.example.org")),
+              QStringLiteral("imap://mail.example.org"));
 }
 
 }  // namespace

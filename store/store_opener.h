@@ -1,0 +1,33 @@
+#pragma once
+
+#include "outlook/server_account.h"
+#include "outlook/store_opener.h"
+
+namespace tf::store {
+
+// Opens the locations the window names with the backend each asks for; the sample store is
+// made at its place the first time it is opened.
+class LocatorStoreOpener : public outlook::StoreOpener {
+  public:
+    explicit LocatorStoreOpener(QString sampleStorePath);
+    std::vector<outlook::StorePtr> open(const QString& location) override;
+    QString canonical(const QString& location) const override;
+    QString sampleLocation() const override;
+
+  private:
+    void makeSample() const;
+
+    QString samplePath_;
+};
+
+// The server kind until the backend for mail on a server is built: offered, but not usable.
+class NoServerBackend : public outlook::ServerBackend {
+  public:
+    bool available() const override { return false; }
+    QString unavailableReason() const override;
+    outlook::ConnectionTest testConnection(const outlook::ServerAccount& account,
+                                           const QString& password) override;
+    QString location(const outlook::ServerAccount& account) const override;
+};
+
+}  // namespace tf::store
