@@ -126,6 +126,7 @@ class ImapMailboxes {
     QString readOnly_;
     bool readOnlyTold_ = false;
     int grouping_ = 0;
+    long reconnects_ = 0;
     std::map<QByteArray, std::vector<PendingMove>> moves_;
     std::map<QByteArray, std::vector<PendingDelete>> deletes_;
     QStringList failures_;
