@@ -14,6 +14,7 @@
 
 #include "common/failure.h"
 #include "outlook/constants.h"
+#include "store/store_locator.h"
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
 #include "tests/support/qt_printers.h"
@@ -235,6 +236,26 @@ TEST_F(ImapStoreTest, ADeadServerTimesOutInsteadOfHanging) {
     const QString message = failureOf([&] { openImapStore(std::move(connection), {}); });
     EXPECT_FALSE(message.isEmpty());
     EXPECT_EQ(secretsGiven_, 0);
+}
+
+TEST_F(ImapStoreTest, TheLocatorOpensServerLocationsAsOneStoreEach) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 1, false);
+    const QString location =
+        QStringLiteral("imap://ann@127.0.0.1:%1?tls=none&password-command=echo%20secret")
+            .arg(server_->imapPort());
+    const std::vector<StorePtr> stores = store::openStores(location);
+    ASSERT_EQ(stores.size(), 1u);
+    EXPECT_EQ(stores[0]->TopFolder()->Name(), QStringLiteral("ann@127.0.0.1"));
+    EXPECT_EQ(subjectsOf(stores[0]->GetDefaultFolder(outlook::olFolderInbox)),
+              QStringList{QStringLiteral("INBOX 1")});
+    // Headless, without a command, nobody is asked: the message says what is missing.
+    const QString message = failureOf([&] {
+        store::openStores(
+            QStringLiteral("imap://ann@127.0.0.1:%1?tls=none").arg(server_->imapPort()));
+    });
+    EXPECT_FALSE(message.isEmpty());
+    EXPECT_FALSE(message.contains(QStringLiteral("secret")));
 }
 
 // --- Folders ---------------------------------------------------------------------------------
