@@ -526,6 +526,7 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                     }
                 }
             }
+            saveIds();
             if (!gone.empty()) {
                 QStringList names;
                 for (const QString& subject : gone) {
@@ -659,14 +660,21 @@ void ImapMailboxes::rememberId(const QString& current, const QString& original) 
     }
     originalOf_[current] = first;
     currentOf_[first] = current;
-    if (idFile_.isEmpty()) {
+    unsavedIds_ += (current + QLatin1Char('\t') + first + QLatin1Char('\n')).toLatin1();
+}
+
+void ImapMailboxes::saveIds() {
+    if (idFile_.isEmpty() || unsavedIds_.isEmpty()) {
+        unsavedIds_.clear();
         return;
     }
+    // Appended once per command: losing the file costs only the first ids of moved messages.
     QDir().mkpath(QFileInfo(idFile_).path());
     QFile file(idFile_);
     if (file.open(QIODevice::Append)) {
-        file.write((current + QLatin1Char('\t') + first + QLatin1Char('\n')).toLatin1());
+        file.write(unsavedIds_);
     }
+    unsavedIds_.clear();
 }
 
 void ImapMailboxes::loadIds() {
