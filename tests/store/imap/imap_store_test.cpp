@@ -258,6 +258,17 @@ TEST_F(ImapStoreTest, TheLocatorOpensServerLocationsAsOneStoreEach) {
     EXPECT_FALSE(message.contains(QStringLiteral("secret")));
 }
 
+TEST_F(ImapStoreTest, ReadingAMessagesTextLeavesItUnread) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 1, false);  // INBOX 1 is unread
+    StorePtr store = open(plainAccount());
+    outlook::ItemPtr item = store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Item(1);
+    ASSERT_TRUE(item->UnRead());
+    EXPECT_EQ(item->Body().trimmed(), QStringLiteral("Hello."));
+    StorePtr again = open(plainAccount());
+    EXPECT_TRUE(again->GetDefaultFolder(outlook::olFolderInbox)->Items()->Item(1)->UnRead());
+}
+
 // --- Folders ---------------------------------------------------------------------------------
 
 TEST_F(ImapStoreTest, FoldersShowWithTheirOwnNamesNestedByTheDelimiter) {
