@@ -11,7 +11,7 @@ packages=(
     qt6-tools-dev qt6-tools-dev-tools qt6-documentation-tools libqt6help6 libqt6svg6
     libsqlite3-dev
     libgmime-3.0-dev
-    libgnutls28-dev qtkeychain-qt6-dev
+    libgnutls28-dev qtkeychain-qt6-dev libetpan-dev
 )
 if [[ "${1:-}" == "--tests" || "${1:-}" == "--screenshots" ]]; then
     # appstream and desktop-file-utils check the installed desktop files.

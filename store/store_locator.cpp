@@ -7,6 +7,8 @@
 
 #include "common/failure.h"
 #include "outlook/session.h"
+#include "store/imap/imap_location.h"
+#include "store/imap/imap_store.h"
 #include "store/local/local_store.h"
 #include "store/local/sample_content.h"
 #include "store/maildir/maildir_store.h"
@@ -17,6 +19,8 @@ namespace {
 
 const QString kLocalScheme = QStringLiteral("local:");
 const QString kMaildirScheme = QStringLiteral("maildir:");
+const QString kImapsScheme = QStringLiteral("imaps:");
+const QString kImapScheme = QStringLiteral("imap:");
 
 QString expandHome(const QString& path) {
     if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/"))) {
@@ -65,10 +69,15 @@ std::vector<outlook::StorePtr> openStores(const QString& location) {
     if (scheme == kMaildirScheme) {
         return {openMaildir(location.mid(kMaildirScheme.size()))};
     }
+    if (scheme == kImapsScheme || scheme == kImapScheme) {
+        // Opened from here, a store never asks for a password: it comes from a command, or the
+        // keyring when the window offers one.
+        return {imap::openImapStore(imap::parseImapLocation(location), nullptr, nullptr)};
+    }
     throw Failure(err::kInvalidArgument,
                   QStringLiteral("\"%1\" is not a kind of store Tidyfold knows. Name a store file "
-                                 "as local:FILE or as a plain path, or a Maildir++ folder as "
-                                 "maildir:FOLDER.")
+                                 "as local:FILE or as a plain path, a Maildir++ folder as "
+                                 "maildir:FOLDER, or a mail server as imaps://USER@HOST.")
                       .arg(scheme));
 }
 

@@ -18,7 +18,8 @@ ALLOWED = {
     "store/local": MODEL,
     # The header cache keeps its rows with the embedded store's SQLite wrapper.
     "store/maildir": MODEL | {"store/local"},
-    "store/imap": MODEL,
+    # Headers and folder names are decoded as the Maildir backend decodes them.
+    "store/imap": MODEL | {"store/maildir", "store/local"},
     "store": MODEL | {"store/local", "store/maildir", "store/imap"},
     "window": MODEL,
     "tree": MODEL | {"window"},

@@ -77,8 +77,21 @@ DovecotServer::DovecotServer(QString dir, DovecotOptions options)
       options_(std::move(options)),
       imapPort_(freeLoopbackPort()),
       imapsPort_(freeLoopbackPort()) {
-    // Dovecot's own processes run as other users and must reach their folders.
+    // Dovecot's own processes run as other users and must reach their folders, also through
+    // the test's temporary folders above dir.
+    QDir().mkpath(dir_);
     ::chmod(QFile::encodeName(dir_).constData(), 0755);
+    const QString temp = QDir(QDir::tempPath()).canonicalPath();
+    for (QDir up(QFileInfo(dir_).canonicalFilePath()); up.cdUp();) {
+        const QString path = up.path();
+        if (!path.startsWith(temp + QLatin1Char('/'))) {
+            break;
+        }
+        struct stat st {};
+        if (::stat(QFile::encodeName(path).constData(), &st) == 0) {
+            ::chmod(QFile::encodeName(path).constData(), (st.st_mode & 07777) | 0011);
+        }
+    }
 }
 
 DovecotServer::~DovecotServer() {
