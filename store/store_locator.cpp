@@ -106,7 +106,7 @@ outlook::ApplicationPtr StoreApplicationSource::openNamedStores() const {
         } catch (const Failure& failure) {
             throw Failure(failure.number(),
                           QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n%2")
-                              .arg(location, failure.description()),
+                              .arg(imap::locationWithoutSecrets(location), failure.description()),
                           failure.source());
         }
     }
