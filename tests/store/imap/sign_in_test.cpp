@@ -9,6 +9,7 @@
 #include "store/imap/imap_location.h"
 #include "store/imap/imap_store.h"
 #include "tests/support/dovecot_server.h"
+#include "tests/support/fake_credentials.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_certificates.h"
@@ -205,6 +206,56 @@ TEST_F(SignInTest, ServerWithoutStartTlsIsRefused) {
                              {"password-command", secretCommand(QStringLiteral("secret"))}})),
         nullptr, nullptr);
     EXPECT_NE(store, nullptr);
+}
+
+TEST_F(SignInTest, KeyringPasswordMeansNoQuestion) {
+    startServer();
+    testing::FakeKeyring keyring;
+    testing::FakePrompt prompt;
+    const ImapAccount account = parseImapLocation(location(imaps(), {{"cafile", ca.caFile()}}));
+    keyring.remember(account, Secret(QByteArray("secret")));
+    EXPECT_NE(openImapStore(account, &keyring, &prompt), nullptr);
+    EXPECT_EQ(prompt.asked, 0);
+}
+
+TEST_F(SignInTest, PromptIsAskedOnceAndOnlyAnAcceptedPasswordIsRemembered) {
+    startServer();
+    testing::FakeKeyring keyring;
+    testing::FakePrompt prompt;
+    const ImapAccount account = parseImapLocation(location(imaps(), {{"cafile", ca.caFile()}}));
+
+    prompt.answer = std::make_pair(Secret(QByteArray("Hunter2x")), true);
+    const int attempts = signInAttempts();
+    try {
+        openImapStore(account, &keyring, &prompt);
+        ADD_FAILURE() << "a wrong password opened the store";
+    } catch (const Failure& failure) {
+        EXPECT_FALSE(failure.description().contains(QStringLiteral("Hunter2x")));
+    }
+    EXPECT_EQ(prompt.asked, 1);  // no second question, no second try
+    EXPECT_EQ(signInAttempts(), attempts + 1);
+    EXPECT_TRUE(keyring.entries.empty());
+
+    prompt.answer = std::make_pair(Secret(QByteArray("secret")), true);
+    EXPECT_NE(openImapStore(account, &keyring, &prompt), nullptr);
+    EXPECT_EQ(prompt.asked, 2);
+    ASSERT_EQ(keyring.entries.count(account.location()), 1u);
+    EXPECT_EQ(keyring.entries.at(account.location()), Secret(QByteArray("secret")));
+}
+
+TEST_F(SignInTest, HeadlessWithoutAPasswordSendsNothing) {
+    startServer();
+    testing::FakeKeyring keyring;
+    try {
+        openImapStore(parseImapLocation(location(imaps(), {{"cafile", ca.caFile()}})), &keyring,
+                      nullptr);
+        ADD_FAILURE() << "opened without a password";
+    } catch (const Failure& failure) {
+        EXPECT_TRUE(failure.description().contains(QStringLiteral("keyring")))
+            << failure.description().toStdString();
+    }
+    EXPECT_EQ(keyring.reads, 1);
+    EXPECT_EQ(signInAttempts(), 0) << server->logText().toStdString();
 }
 
 }  // namespace
