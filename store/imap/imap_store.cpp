@@ -229,11 +229,13 @@ outlook::StorePtr openImapStore(std::unique_ptr<ImapConnection> connection, Batc
 
 outlook::StorePtr openImapStore(const ImapAccount& account, Keyring* keyring,
                                 PasswordPrompt* prompt) {
-    // The secret is asked for once, when the first connection signs in, and kept for reconnects.
+    // A password is asked for once, when the first connection signs in, and kept for reconnects.
+    // An access token runs out within the hour, so every sign-in runs the token command again
+    // (token helpers keep the token and renew it themselves).
     auto kept = std::make_shared<std::optional<Secret>>();
     auto remember = std::make_shared<bool>(false);
     SecretSource source = [account, keyring, prompt, kept, remember]() {
-        if (!*kept) {
+        if (!*kept || account.signIn() == SignInKind::OAuth2) {
             *kept = obtainSecret(account, keyring, prompt, remember.get());
         }
         const QByteArrayView bytes = (*kept)->bytes();

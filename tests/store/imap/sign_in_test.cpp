@@ -6,11 +6,13 @@
 #include <QUrl>
 
 #include "common/failure.h"
+#include "outlook/constants.h"
 #include "store/imap/imap_location.h"
 #include "store/imap/imap_store.h"
 #include "tests/support/dovecot_server.h"
 #include "tests/support/fake_credentials.h"
 #include "tests/support/qt_printers.h"
+#include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_certificates.h"
 #include "tests/support/token_introspection.h"
@@ -206,6 +208,30 @@ TEST_F(SignInTest, ServerWithoutStartTlsIsRefused) {
                              {"password-command", secretCommand(QStringLiteral("secret"))}})),
         nullptr, nullptr);
     EXPECT_NE(store, nullptr);
+}
+
+// An access token runs out within the hour, so a connection made again after a drop asks the
+// token command afresh instead of sending the token it had.
+TEST_F(SignInTest, ReconnectingRunsTheTokenCommandAgain) {
+    startServer();
+    testing::TcpProxy proxy(server->imapsPort());
+    const QString runs = home.file(QStringLiteral("runs"));
+    const QString command = QStringLiteral("echo run >> '%1'; echo ann-token-1").arg(runs);
+    const outlook::StorePtr store = openImapStore(
+        parseImapLocation(location(QStringLiteral("imaps://ann@127.0.0.1:%1").arg(proxy.port()),
+                                   {{"cafile", ca.caFile()}, {"token-command", command}})),
+        nullptr, nullptr);
+    ASSERT_NE(store, nullptr);
+    const auto runCount = [&] {
+        QFile file(runs);
+        return file.open(QIODevice::ReadOnly) ? file.readAll().count("run") : 0;
+    };
+    EXPECT_EQ(runCount(), 1);
+
+    proxy.cutNow();
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), 0);
+    EXPECT_EQ(proxy.connectionsAccepted(), 2);
+    EXPECT_EQ(runCount(), 2);
 }
 
 TEST_F(SignInTest, KeyringPasswordMeansNoQuestion) {
