@@ -96,6 +96,7 @@ auto ImapMailboxes::withReconnect(Command&& command) -> decltype(command()) {
         return command();
     } catch (const ConnectionLost&) {
         // Once: a server that drops every connection gets no storm of retries.
+        ++reconnects_;
         connection_->open();
         return command();
     }
@@ -474,6 +475,7 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                 subjects.push_back(move.subject);
             }
             CopiedUids copied;
+            const long reconnectsBefore = reconnects_;
             try {
                 copied = withReconnect([&] {
                     selectChecked(box);
@@ -493,6 +495,8 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             if (!trash.loaded) {
                 continue;
             }
+            // After a reconnect, what the first attempt moved is missing from the answer.
+            const bool reconnected = reconnects_ != reconnectsBefore;
             if (copied.pairs.empty() || copied.uidValidity != trash.uidValidity) {
                 trash.loaded = false;  // the server did not say where they went
                 continue;
@@ -502,6 +506,10 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             for (const PendingMove& move : part) {
                 MessageRow* row = trash.messages.find(move.id);
                 const auto to = newUid.find(move.uid);
+                if (to == newUid.end() && reconnected) {
+                    trash.loaded = false;  // moved by the attempt that was cut off
+                    continue;
+                }
                 if (to == newUid.end()) {
                     // Expunged or moved by another program in the meantime.
                     gone.push_back(move.subject);
@@ -518,6 +526,7 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                     }
                 }
             }
+            saveIds();
             if (!gone.empty()) {
                 QStringList names;
                 for (const QString& subject : gone) {
@@ -651,14 +660,21 @@ void ImapMailboxes::rememberId(const QString& current, const QString& original) 
     }
     originalOf_[current] = first;
     currentOf_[first] = current;
-    if (idFile_.isEmpty()) {
+    unsavedIds_ += (current + QLatin1Char('\t') + first + QLatin1Char('\n')).toLatin1();
+}
+
+void ImapMailboxes::saveIds() {
+    if (idFile_.isEmpty() || unsavedIds_.isEmpty()) {
+        unsavedIds_.clear();
         return;
     }
+    // Appended once per command: losing the file costs only the first ids of moved messages.
     QDir().mkpath(QFileInfo(idFile_).path());
     QFile file(idFile_);
     if (file.open(QIODevice::Append)) {
-        file.write((current + QLatin1Char('\t') + first + QLatin1Char('\n')).toLatin1());
+        file.write(unsavedIds_);
     }
+    unsavedIds_.clear();
 }
 
 void ImapMailboxes::loadIds() {

@@ -32,7 +32,7 @@ struct Mailbox {
 
 // The limits of one command: a few hundred UIDs per change, a few thousand messages per FETCH.
 struct Batching {
-    std::size_t uidsPerCommand = 500;
+    std::size_t uidsPerCommand = 800;
     std::uint32_t messagesPerFetch = 5000;
 };
 
@@ -113,6 +113,7 @@ class ImapMailboxes {
     void noteFailed(const QByteArray& folder, const std::vector<QString>& subjects,
                     const QString& why);
     void rememberId(const QString& current, const QString& original);
+    void saveIds();
     void loadIds();
 
     std::unique_ptr<ImapConnection> connection_;
@@ -126,6 +127,7 @@ class ImapMailboxes {
     QString readOnly_;
     bool readOnlyTold_ = false;
     int grouping_ = 0;
+    long reconnects_ = 0;
     std::map<QByteArray, std::vector<PendingMove>> moves_;
     std::map<QByteArray, std::vector<PendingDelete>> deletes_;
     QStringList failures_;
@@ -134,6 +136,7 @@ class ImapMailboxes {
     // first id, and back.
     std::map<QString, QString> originalOf_;
     std::map<QString, QString> currentOf_;
+    QByteArray unsavedIds_;
 };
 
 // A mailbox name as users see it: modified UTF-7 decoded.

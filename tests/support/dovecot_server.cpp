@@ -266,9 +266,31 @@ void DovecotServer::kill() {
     if (!running()) {
         return;
     }
-    // The master's children (imap, imap-login, auth) end when it is gone; an imap process that
-    // is in the middle of a command finishes it first, as on a real server.
-    ::kill(pid(), SIGKILL);
+    // Every process of the server dies at once, as in a crash of the machine: the master and
+    // the imap, login and auth processes it started, found by their parent ids.
+    std::vector<pid_t> family{pid()};
+    for (std::size_t i = 0; i < family.size(); ++i) {
+        for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+            bool isPid = false;
+            const pid_t candidate = static_cast<pid_t>(entry.toInt(&isPid));
+            if (!isPid) {
+                continue;
+            }
+            QFile stat(QStringLiteral("/proc/%1/stat").arg(entry));
+            if (!stat.open(QIODevice::ReadOnly)) {
+                continue;
+            }
+            const QByteArray text = stat.readAll();
+            // "pid (comm) state ppid ...": comm may hold spaces, so read after the last ')'.
+            const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+            if (fields.size() > 1 && fields[1].toInt() == family[i]) {
+                family.push_back(candidate);
+            }
+        }
+    }
+    for (const pid_t member : family) {
+        ::kill(member, SIGKILL);
+    }
     process_.waitForFinished(5000);
     for (int i = 0; i < 50 && (acceptsConnections(imapPort_)); ++i) {
         QThread::msleep(100);

@@ -50,7 +50,7 @@ class DovecotServer {
     bool start(QString& why);
     // SIGTERM, then SIGKILL when it does not end.
     void stop();
-    // SIGKILL at once, as a crash would.
+    // SIGKILL to the server and every process it started, as a crash would.
     void kill();
     bool running() const;
     pid_t pid() const;

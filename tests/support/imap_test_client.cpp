@@ -27,7 +27,9 @@ QByteArray testMail(const QString& subject, const QString& sender, const QDateTi
     mail.subject = subject;
     mail.senderName = sender;
     mail.date = date;
-    mail.messageId = messageId;
+    // composeMail adds the angle brackets.
+    mail.messageId = messageId.mid(messageId.startsWith(QLatin1Char('<')) ? 1 : 0);
+    mail.messageId.chop(mail.messageId.endsWith(QLatin1Char('>')) ? 1 : 0);
     mail.body = body;
     return store::maildir::composeMail(mail);
 }

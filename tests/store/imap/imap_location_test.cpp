@@ -128,6 +128,13 @@ TEST_F(ImapLocationTest, QueryOptionsAreRead) {
         QStringLiteral("OAUTHBEARER"));
 }
 
+TEST_F(ImapLocationTest, OptionsMayBeWrittenWithPlainSpaces) {
+    const ImapAccount account = parseImapLocation(
+        QStringLiteral("imaps://ann@h.example?password-command=pass show mail/ann+work#Work"));
+    EXPECT_EQ(account.passwordCommand, QStringLiteral("pass show mail/ann+work"));
+    EXPECT_EQ(account.displayName, QStringLiteral("Work"));
+}
+
 TEST_F(ImapLocationTest, InconsistentOrUnknownOptionsAreRefused) {
     EXPECT_TRUE(refusal(QStringLiteral("imaps://ann@h.example?colour=blue"))
                     .contains(QStringLiteral("unknown option \"colour\"")));
