@@ -17,6 +17,8 @@ if [[ "${1:-}" == "--tests" || "${1:-}" == "--screenshots" ]]; then
     # appstream and desktop-file-utils check the installed desktop files.
     packages+=(googletest libgtest-dev xvfb xauth appstream desktop-file-utils
         dovecot-imapd isync python3)
+    # A private Secret Service for the keyring test.
+    packages+=(gnome-keyring libsecret-1-0 dbus-daemon)
 fi
 if [[ "${1:-}" == "--screenshots" ]]; then
     # A real window manager draws the frames; sample senders have Chinese and Japanese names.

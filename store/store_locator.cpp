@@ -57,7 +57,8 @@ outlook::StorePtr openMaildir(const QString& rest) {
 
 }  // namespace
 
-std::vector<outlook::StorePtr> openStores(const QString& location) {
+std::vector<outlook::StorePtr> openStores(const QString& location,
+                                          const ServerCredentials& credentials) {
     const QString scheme = schemeOf(location);
     if (scheme.isEmpty() || scheme == kLocalScheme) {
         const QString path = expandHome(scheme.isEmpty() ? location : location.mid(6));
@@ -70,9 +71,8 @@ std::vector<outlook::StorePtr> openStores(const QString& location) {
         return {openMaildir(location.mid(kMaildirScheme.size()))};
     }
     if (scheme == kImapsScheme || scheme == kImapScheme) {
-        // Opened from here, a store never asks for a password: it comes from a command, or the
-        // keyring when the window offers one.
-        return {imap::openImapStore(imap::parseImapLocation(location), nullptr, nullptr)};
+        return {imap::openImapStore(imap::parseImapLocation(location), credentials.keyring,
+                                    credentials.prompt)};
     }
     throw Failure(err::kInvalidArgument,
                   QStringLiteral("\"%1\" is not a kind of store Tidyfold knows. Name a store file "
@@ -86,8 +86,11 @@ QString defaultStorePath() {
         .filePath(QStringLiteral("Tidyfold/default.tidystore"));
 }
 
-StoreApplicationSource::StoreApplicationSource(QStringList locations, QString defaultStore)
-    : locations_(std::move(locations)), defaultStore_(std::move(defaultStore)) {}
+StoreApplicationSource::StoreApplicationSource(QStringList locations, QString defaultStore,
+                                               ServerCredentials credentials)
+    : locations_(std::move(locations)),
+      defaultStore_(std::move(defaultStore)),
+      credentials_(credentials) {}
 
 outlook::ApplicationPtr StoreApplicationSource::GetObject() {
     if (locations_.isEmpty()) {
@@ -100,13 +103,13 @@ outlook::ApplicationPtr StoreApplicationSource::openNamedStores() const {
     std::vector<outlook::StorePtr> stores;
     for (const QString& location : locations_) {
         try {
-            for (outlook::StorePtr& store : openStores(location)) {
+            for (outlook::StorePtr& store : openStores(location, credentials_)) {
                 stores.push_back(std::move(store));
             }
         } catch (const Failure& failure) {
             throw Failure(failure.number(),
                           QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n%2")
-                              .arg(location, failure.description()),
+                              .arg(imap::locationWithoutSecrets(location), failure.description()),
                           failure.source());
         }
     }

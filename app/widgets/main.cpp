@@ -7,6 +7,8 @@
 
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
+#include "app/widgets/password_dialog.h"
+#include "store/imap/credentials.h"
 #include "store/store_locator.h"
 
 namespace {
@@ -97,7 +99,12 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationName(QStringLiteral("Tidyfold"));
     QApplication::setApplicationVersion(QStringLiteral(TIDYFOLD_VERSION));
 
-    tf::store::StoreApplicationSource source(options.stores, tf::store::defaultStorePath());
+    // A server account without a password command finds its password in the keyring, or asks
+    // once.
+    tf::store::imap::SystemKeyring keyring;
+    tf::PasswordDialog passwordDialog;
+    tf::store::StoreApplicationSource source(options.stores, tf::store::defaultStorePath(),
+                                             {&keyring, &passwordDialog});
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, source);

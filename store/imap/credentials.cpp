@@ -169,7 +169,11 @@ void SystemKeyring::remember(const ImapAccount& account, const Secret& password)
     runJob(job, timeoutMs_, lastError_);
 }
 
-Secret obtainSecret(const ImapAccount& account, Keyring* keyring, PasswordPrompt* prompt) {
+Secret obtainSecret(const ImapAccount& account, Keyring* keyring, PasswordPrompt* prompt,
+                    bool* rememberLater) {
+    if (rememberLater) {
+        *rememberLater = false;
+    }
     const QString where = account.location();
     switch (account.signIn()) {
         case SignInKind::OAuth2:
@@ -197,7 +201,11 @@ Secret obtainSecret(const ImapAccount& account, Keyring* keyring, PasswordPrompt
         fail(QStringLiteral("No password was given for %1.").arg(where));
     }
     if (answer->second && keyring) {
-        keyring->remember(account, answer->first);
+        if (rememberLater) {
+            *rememberLater = true;
+        } else {
+            keyring->remember(account, answer->first);
+        }
     }
     return std::move(answer->first);
 }

@@ -83,8 +83,11 @@ class PasswordPrompt {
 
 // The secret to sign in with, from the first source the account has: its token command, its
 // password command, the keyring, and last the prompt, asked once (a null prompt, as in the
-// headless cleaner, never asks). A password the person asks to remember goes to the keyring.
+// headless cleaner, never asks). A typed password the person asks to remember goes to the
+// keyring at once; given rememberLater, it does not, and *rememberLater says whether the caller
+// should store it once the server has accepted it, so that a mistyped password is never kept.
 // Throws tf::Failure with a clear message when there is none.
-Secret obtainSecret(const ImapAccount& account, Keyring* keyring, PasswordPrompt* prompt);
+Secret obtainSecret(const ImapAccount& account, Keyring* keyring, PasswordPrompt* prompt,
+                    bool* rememberLater = nullptr);
 
 }  // namespace tf::store::imap

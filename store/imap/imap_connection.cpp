@@ -54,6 +54,48 @@ mailimap_set* setOf(const UidList& uids) {
     return set;
 }
 
+// OAUTHBEARER, sent the way libetpan sends XOAUTH2: one command with the initial response. A
+// refused token first gets a continuation with the error, which takes the one-byte dummy answer
+// before the tagged NO; a plain custom command would wait for that NO forever. Success moves the
+// session to the authenticated state, as libetpan's own sign-in calls do.
+int authenticateOauthBearer(mailimap* imap, const QByteArray& initialResponse) {
+    if (imap->imap_state != MAILIMAP_STATE_NON_AUTHENTICATED) {
+        return MAILIMAP_ERROR_BAD_STATE;
+    }
+    QByteArray command = "AUTHENTICATE OAUTHBEARER " + initialResponse + "\r\n";
+    const auto send = [imap](const QByteArray& bytes) {
+        return mailstream_write(imap->imap_stream, bytes.constData(),
+                                static_cast<size_t>(bytes.size())) == bytes.size() &&
+               mailstream_flush(imap->imap_stream) != -1;
+    };
+    const bool sent = mailimap_send_current_tag(imap) == MAILIMAP_NO_ERROR && send(command);
+    command.fill('\0');
+    if (!sent) {
+        return MAILIMAP_ERROR_STREAM;
+    }
+    const char* line = mailimap_read_line(imap);
+    if (line != nullptr && line[0] == '+') {
+        line = send(QByteArrayLiteral("AQ==\r\n")) ? mailimap_read_line(imap) : nullptr;
+    }
+    if (line == nullptr) {
+        return MAILIMAP_ERROR_STREAM;
+    }
+    mailimap_response* response = nullptr;
+    const int parsed = mailimap_parse_response(imap, &response);
+    if (parsed != MAILIMAP_NO_ERROR) {
+        return parsed;
+    }
+    const bool ok = response->rsp_resp_done->rsp_type == MAILIMAP_RESP_DONE_TYPE_TAGGED &&
+                    response->rsp_resp_done->rsp_data.rsp_tagged->rsp_cond_state->rsp_type ==
+                        MAILIMAP_RESP_COND_STATE_OK;
+    mailimap_response_free(response);
+    if (!ok) {
+        return MAILIMAP_ERROR_LOGIN;
+    }
+    imap->imap_state = MAILIMAP_STATE_AUTHENTICATED;
+    return MAILIMAP_NO_ERROR;
+}
+
 std::vector<std::pair<Uid, Uid>> intervalsOf(mailimap_set* set) {
     std::vector<std::pair<Uid, Uid>> out;
     if (set == nullptr) {
@@ -357,11 +399,10 @@ void ImapConnection::signIn() {
     if (account_.signIn() == SignInKind::OAuth2 &&
         account_.oauthMechanism.compare(QLatin1String("OAUTHBEARER"), Qt::CaseInsensitive) == 0) {
         // libetpan knows only XOAUTH2; OAUTHBEARER differs in its first line (RFC 7628).
-        const QByteArray initial =
+        QByteArray initial =
             ("n,a=" + user + ",\x01" + "auth=Bearer " + secret + "\x01\x01").toBase64();
-        QByteArray command = "AUTHENTICATE OAUTHBEARER " + initial;
-        result = mailimap_custom_command(imap_, command.constData());
-        command.fill('\0');
+        result = authenticateOauthBearer(imap_, initial);
+        initial.fill('\0');
     } else if (account_.signIn() == SignInKind::OAuth2) {
         result = mailimap_oauth2_authenticate(imap_, user.constData(), secret.constData());
     } else {

@@ -151,6 +151,37 @@ QString ImapAccount::location() const {
     return text;
 }
 
+QString locationWithoutSecrets(const QString& location) {
+    const qsizetype schemeEnd = location.indexOf(QStringLiteral("://"));
+    const QString scheme = schemeEnd < 0 ? QString() : location.left(schemeEnd).trimmed().toLower();
+    if (scheme != QLatin1String("imap") && scheme != QLatin1String("imaps")) {
+        return location;
+    }
+    const qsizetype start = schemeEnd + 3;
+    QString text = location;
+    // The user information ends at the last '@' before the options; a password may hold '?' too,
+    // so without such an '@' it ends at the last '@' of all. When it holds a colon, what follows
+    // the colon goes.
+    const qsizetype question = text.indexOf(QLatin1Char('?'), start);
+    qsizetype at = question < 0 ? text.lastIndexOf(QLatin1Char('@'))
+                                : text.lastIndexOf(QLatin1Char('@'), question);
+    if (at < start) {
+        at = text.lastIndexOf(QLatin1Char('@'));
+    }
+    if (at > start) {
+        const qsizetype colon = text.indexOf(QLatin1Char(':'), start);
+        if (colon >= 0 && colon < at) {
+            text = text.left(colon) + QStringLiteral(":\u2026") + text.mid(at);
+        }
+    }
+    const qsizetype query = text.indexOf(QLatin1Char('?'), start);
+    if (query >= 0) {
+        const qsizetype hash = text.indexOf(QLatin1Char('#'), query);
+        text = text.left(query) + (hash < 0 ? QString() : text.mid(hash));
+    }
+    return text.trimmed();
+}
+
 bool isLoopbackHost(const QString& host) {
     QString name = host.toLower();
     if (name.startsWith(QLatin1Char('[')) && name.endsWith(QLatin1Char(']'))) {

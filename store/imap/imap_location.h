@@ -39,6 +39,11 @@ struct ImapAccount {
 // a loopback address.
 ImapAccount parseImapLocation(const QString& location);
 
+// A location as the user wrote it, safe to repeat in a message: for imap:// and imaps:// the
+// options are dropped and anything that may be a password (text after a colon before the '@')
+// becomes "…"; other locations come back unchanged.
+QString locationWithoutSecrets(const QString& location);
+
 // 127.0.0.0/8, ::1 (also as an IPv4-mapped address) and "localhost".
 bool isLoopbackHost(const QString& host);
 

@@ -229,16 +229,25 @@ outlook::StorePtr openImapStore(std::unique_ptr<ImapConnection> connection, Batc
 
 outlook::StorePtr openImapStore(const ImapAccount& account, Keyring* keyring,
                                 PasswordPrompt* prompt) {
-    // The secret is asked for once, when the first connection signs in, and kept for reconnects.
+    // A password is asked for once, when the first connection signs in, and kept for reconnects.
+    // An access token runs out within the hour, so every sign-in runs the token command again
+    // (token helpers keep the token and renew it themselves).
     auto kept = std::make_shared<std::optional<Secret>>();
-    SecretSource source = [account, keyring, prompt, kept]() {
-        if (!*kept) {
-            *kept = obtainSecret(account, keyring, prompt);
+    auto remember = std::make_shared<bool>(false);
+    SecretSource source = [account, keyring, prompt, kept, remember]() {
+        if (!*kept || account.signIn() == SignInKind::OAuth2) {
+            *kept = obtainSecret(account, keyring, prompt, remember.get());
         }
         const QByteArrayView bytes = (*kept)->bytes();
         return QByteArray(bytes.data(), bytes.size());
     };
-    return openImapStore(std::make_unique<ImapConnection>(account, std::move(source)), Batching{});
+    outlook::StorePtr store =
+        openImapStore(std::make_unique<ImapConnection>(account, std::move(source)), Batching{});
+    // Only a password the server accepted is kept in the keyring.
+    if (*remember && keyring && *kept) {
+        keyring->remember(account, **kept);
+    }
+    return store;
 }
 
 long imapCommandsSent(const outlook::StorePtr& store) {

@@ -173,6 +173,29 @@ bool DovecotServer::writeConfig(QString& why) {
     if (!options_.capability.isEmpty()) {
         conf += QStringLiteral("imap_capability = %1\n").arg(options_.capability);
     }
+    if (!options_.oauth2IntrospectionUrl.isEmpty()) {
+        // Tokens go to the introspection endpoint; the oauth2 passdb checks that the token's
+        // user is the one signing in.
+        const QString oauth2File = dir_ + QStringLiteral("/dovecot-oauth2.conf.ext");
+        const QString oauth2 = QStringLiteral(
+                                   "introspection_mode = get\nintrospection_url = %1\n"
+                                   "username_attribute = username\nactive_attribute = active\n"
+                                   "active_value = true\n")
+                                   .arg(options_.oauth2IntrospectionUrl);
+        if (!writeFile(oauth2File, oauth2.toUtf8())) {
+            why = QStringLiteral("cannot write ") + oauth2File;
+            return false;
+        }
+        ::chmod(QFile::encodeName(oauth2File).constData(), 0644);
+        // Only the oauth2 passdb judges tokens: a password sent as a token is refused.
+        conf.replace(QStringLiteral("driver = passwd-file\n"),
+                     QStringLiteral("driver = passwd-file\n  mechanisms = plain login\n"));
+        conf += QStringLiteral(
+                    "auth_mechanisms = plain login xoauth2 oauthbearer\n"
+                    "passdb {\n  driver = oauth2\n  mechanisms = xoauth2 oauthbearer\n"
+                    "  args = %1\n}\n")
+                    .arg(oauth2File);
+    }
     conf += options_.extraConfig + QLatin1Char('\n');
 
     if (!writeFile(dir_ + QStringLiteral("/dovecot.conf"), conf.toUtf8())) {

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "common/failure.h"
+#include "tests/support/fake_credentials.h"
 #include "tests/support/qt_printers.h"
 
 namespace tf::store::imap {
@@ -31,38 +32,8 @@ QString failureOf(Call call) {
     return {};
 }
 
-// A keyring in memory that records what it was asked.
-class FakeKeyring : public Keyring {
-  public:
-    std::optional<Secret> password(const ImapAccount& account) override {
-        ++reads;
-        const auto it = entries.find(account.location());
-        if (it == entries.end()) {
-            return std::nullopt;
-        }
-        return it->second;
-    }
-    void remember(const ImapAccount& account, const Secret& password) override {
-        entries[account.location()] = password;
-    }
-
-    std::map<QString, Secret> entries;
-    int reads = 0;
-};
-
-// Answers every question the same way and counts them.
-class FakePrompt : public PasswordPrompt {
-  public:
-    std::optional<std::pair<Secret, bool>> ask(const ImapAccount& account) override {
-        ++asked;
-        askedFor = account.location();
-        return answer;
-    }
-
-    std::optional<std::pair<Secret, bool>> answer;
-    int asked = 0;
-    QString askedFor;
-};
+using testing::FakeKeyring;
+using testing::FakePrompt;
 
 ImapAccount account() {
     ImapAccount a;
@@ -265,6 +236,25 @@ TEST(ObtainSecretTest, PromptIsAskedOnceAndRememberStoresInTheKeyring) {
     // The next sign-in finds it there.
     EXPECT_EQ(obtainSecret(account(), &keyring, &prompt), secretOf("typed"));
     EXPECT_EQ(prompt.asked, 1);
+}
+
+TEST(ObtainSecretTest, RememberingCanWaitUntilTheServerAcceptedIt) {
+    FakeKeyring keyring;
+    FakePrompt prompt;
+    prompt.answer = std::make_pair(secretOf("typed"), true);
+    bool rememberLater = false;
+    EXPECT_EQ(obtainSecret(account(), &keyring, &prompt, &rememberLater), secretOf("typed"));
+    EXPECT_TRUE(rememberLater);
+    EXPECT_EQ(keyring.writes, 0);
+
+    prompt.answer = std::make_pair(secretOf("typed"), false);
+    EXPECT_EQ(obtainSecret(account(), &keyring, &prompt, &rememberLater), secretOf("typed"));
+    EXPECT_FALSE(rememberLater);
+    // A password from the keyring is there already.
+    keyring.remember(account(), secretOf("kept"));
+    rememberLater = true;
+    EXPECT_EQ(obtainSecret(account(), &keyring, &prompt, &rememberLater), secretOf("kept"));
+    EXPECT_FALSE(rememberLater);
 }
 
 TEST(ObtainSecretTest, NotRememberedStaysOutOfTheKeyring) {
