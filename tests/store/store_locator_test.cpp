@@ -151,8 +151,8 @@ TEST_F(StoreLocator, AMaildirIsNamedAfterItsFolderOrTheNameInTheUrl) {
 
 TEST_F(StoreLocator, UnknownKindsOfStoreAreRefusedPlainly) {
     EXPECT_TRUE(failureOf([] {
-                    store::openStores(QStringLiteral("pop3://mail.example.org"));
-                }).contains(QStringLiteral("\"pop3:\" is not a kind of store")));
+                    store::openStores(QStringLiteral("pop://mail.example.org"));
+                }).contains(QStringLiteral("\"pop:\" is not a kind of store")));
     EXPECT_FALSE(failureOf([] { store::openStores(QStringLiteral("local:")); }).isEmpty());
 }
 
