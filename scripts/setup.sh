@@ -11,11 +11,14 @@ packages=(
     qt6-tools-dev qt6-tools-dev-tools qt6-documentation-tools libqt6help6 libqt6svg6
     libsqlite3-dev
     libgmime-3.0-dev
+    libgnutls28-dev qtkeychain-qt6-dev libetpan-dev
 )
 if [[ "${1:-}" == "--tests" || "${1:-}" == "--screenshots" ]]; then
     # appstream and desktop-file-utils check the installed desktop files.
     packages+=(googletest libgtest-dev xvfb xauth appstream desktop-file-utils
         dovecot-imapd isync python3)
+    # A private Secret Service for the keyring test.
+    packages+=(gnome-keyring libsecret-1-0 dbus-daemon)
 fi
 if [[ "${1:-}" == "--screenshots" ]]; then
     # A real window manager draws the frames; sample senders have Chinese and Japanese names.

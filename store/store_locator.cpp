@@ -7,6 +7,8 @@
 
 #include "common/failure.h"
 #include "outlook/session.h"
+#include "store/imap/imap_location.h"
+#include "store/imap/imap_store.h"
 #include "store/local/local_store.h"
 #include "store/local/sample_content.h"
 #include "store/maildir/maildir_store.h"
@@ -17,6 +19,8 @@ namespace {
 
 const QString kLocalScheme = QStringLiteral("local:");
 const QString kMaildirScheme = QStringLiteral("maildir:");
+const QString kImapsScheme = QStringLiteral("imaps:");
+const QString kImapScheme = QStringLiteral("imap:");
 
 QString expandHome(const QString& path) {
     if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/"))) {
@@ -67,6 +71,10 @@ const std::vector<LocationKind>& locationKinds() {
         {QStringLiteral("maildir:FOLDER[#NAME]"),
          QStringLiteral("a Maildir++ folder (the one that holds cur/, new/ and tmp/), shown as "
                         "NAME or after the folder")},
+        {QStringLiteral("imaps://USER@HOST[:PORT][#NAME]"),
+         QStringLiteral("a mail account on a server, over TLS (port 993 unless given)")},
+        {QStringLiteral("imap://USER@HOST[:PORT][#NAME]"),
+         QStringLiteral("a mail account on a server, over STARTTLS (port 143 unless given)")},
     };
     return kinds;
 }
@@ -88,7 +96,8 @@ QString canonicalLocation(const QString& location) {
     return location;
 }
 
-std::vector<outlook::StorePtr> openStores(const QString& location) {
+std::vector<outlook::StorePtr> openStores(const QString& location,
+                                          const ServerCredentials& credentials) {
     const QString scheme = schemeOf(location);
     if (scheme.isEmpty() || scheme == kLocalScheme) {
         const QString path = expandHome(scheme.isEmpty() ? location : location.mid(6));
@@ -100,10 +109,14 @@ std::vector<outlook::StorePtr> openStores(const QString& location) {
     if (scheme == kMaildirScheme) {
         return {openMaildir(location.mid(kMaildirScheme.size()))};
     }
+    if (scheme == kImapsScheme || scheme == kImapScheme) {
+        return {imap::openImapStore(imap::parseImapLocation(location), credentials.keyring,
+                                    credentials.prompt)};
+    }
     throw Failure(err::kInvalidArgument,
                   QStringLiteral("\"%1\" is not a kind of store Tidyfold knows. Name a store file "
-                                 "as local:FILE or as a plain path, or a Maildir++ folder as "
-                                 "maildir:FOLDER.")
+                                 "as local:FILE or as a plain path, a Maildir++ folder as "
+                                 "maildir:FOLDER, or a mail server as imaps://USER@HOST.")
                       .arg(scheme));
 }
 
@@ -112,8 +125,11 @@ QString defaultStorePath() {
         .filePath(QStringLiteral("Tidyfold/default.tidystore"));
 }
 
-StoreApplicationSource::StoreApplicationSource(QStringList locations, QString defaultStore)
-    : locations_(std::move(locations)), defaultStore_(std::move(defaultStore)) {}
+StoreApplicationSource::StoreApplicationSource(QStringList locations, QString defaultStore,
+                                               ServerCredentials credentials)
+    : locations_(std::move(locations)),
+      defaultStore_(std::move(defaultStore)),
+      credentials_(credentials) {}
 
 outlook::ApplicationPtr StoreApplicationSource::GetObject() {
     if (locations_.isEmpty()) {
@@ -126,13 +142,13 @@ outlook::ApplicationPtr StoreApplicationSource::openNamedStores() const {
     std::vector<outlook::StorePtr> stores;
     for (const QString& location : locations_) {
         try {
-            for (outlook::StorePtr& store : openStores(location)) {
+            for (outlook::StorePtr& store : openStores(location, credentials_)) {
                 stores.push_back(std::move(store));
             }
         } catch (const Failure& failure) {
             throw Failure(failure.number(),
                           QStringLiteral("The store \"%1\" could not be opened.\r\n\r\n%2")
-                              .arg(location, failure.description()),
+                              .arg(imap::locationWithoutSecrets(location), failure.description()),
                           failure.source());
         }
     }

@@ -9,11 +9,25 @@
 
 namespace tf::store {
 
+namespace imap {
+class Keyring;
+class PasswordPrompt;
+}  // namespace imap
+
+// Where a server account's password comes from when the account names no command for it: the
+// keyring (none: not looked in), then the prompt (none: never asks, as a front end without a
+// window).
+struct ServerCredentials {
+    imap::Keyring* keyring = nullptr;
+    imap::PasswordPrompt* prompt = nullptr;
+};
+
 // Opens the stores at a location as the user writes it: "local:FILE" or a plain FILE path for the
 // embedded store file (which may hold several stores), "maildir:FOLDER" or "maildir:FOLDER#NAME"
 // for a Maildir++ tree (one store, called NAME or after the folder). Throws a Failure that names
 // the location and the reason.
-std::vector<outlook::StorePtr> openStores(const QString& location);
+std::vector<outlook::StorePtr> openStores(const QString& location,
+                                          const ServerCredentials& credentials = {});
 
 // One kind of location, as --help and the manual list it.
 struct LocationKind {
@@ -34,7 +48,8 @@ QString defaultStorePath();
 // store, made with sample content the first time. A failure names the store and the reason.
 class StoreApplicationSource : public ApplicationSource {
   public:
-    StoreApplicationSource(QStringList locations, QString defaultStore);
+    StoreApplicationSource(QStringList locations, QString defaultStore,
+                           ServerCredentials credentials = {});
     outlook::ApplicationPtr GetObject() override;
     outlook::ApplicationPtr CreateObject() override;
 
@@ -43,6 +58,7 @@ class StoreApplicationSource : public ApplicationSource {
 
     QStringList locations_;
     QString defaultStore_;
+    ServerCredentials credentials_;
 };
 
 }  // namespace tf::store

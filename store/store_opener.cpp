@@ -14,14 +14,14 @@ namespace {
 const QString kSampleName = QStringLiteral("Sample Mailbox");
 }
 
-LocatorStoreOpener::LocatorStoreOpener(QString sampleStorePath)
-    : samplePath_(std::move(sampleStorePath)) {}
+LocatorStoreOpener::LocatorStoreOpener(QString sampleStorePath, ServerCredentials credentials)
+    : samplePath_(std::move(sampleStorePath)), credentials_(credentials) {}
 
 std::vector<outlook::StorePtr> LocatorStoreOpener::open(const QString& location) {
     if (canonical(location) == canonical(sampleLocation()) && !QFileInfo::exists(samplePath_)) {
         makeSample();
     }
-    return openStores(location);
+    return openStores(location, credentials_);
 }
 
 QString LocatorStoreOpener::canonical(const QString& location) const {

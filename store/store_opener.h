@@ -2,6 +2,7 @@
 
 #include "outlook/server_account.h"
 #include "outlook/store_opener.h"
+#include "store/store_locator.h"
 
 namespace tf::store {
 
@@ -9,7 +10,8 @@ namespace tf::store {
 // made at its place the first time it is opened.
 class LocatorStoreOpener : public outlook::StoreOpener {
   public:
-    explicit LocatorStoreOpener(QString sampleStorePath);
+    // credentials: where a server account's password comes from when it names no command.
+    explicit LocatorStoreOpener(QString sampleStorePath, ServerCredentials credentials = {});
     std::vector<outlook::StorePtr> open(const QString& location) override;
     QString canonical(const QString& location) const override;
     QString sampleLocation() const override;
@@ -18,6 +20,7 @@ class LocatorStoreOpener : public outlook::StoreOpener {
     void makeSample() const;
 
     QString samplePath_;
+    ServerCredentials credentials_;
 };
 
 // The server kind until the backend for mail on a server is built: offered, but not usable.

@@ -7,7 +7,9 @@
 
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
+#include "app/widgets/password_dialog.h"
 #include "settings/remembered_stores.h"
+#include "store/imap/credentials.h"
 #include "store/store_locator.h"
 #include "store/store_opener.h"
 
@@ -104,7 +106,12 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationName(QStringLiteral("Tidyfold"));
     QApplication::setApplicationVersion(QStringLiteral(TIDYFOLD_VERSION));
 
-    tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath());
+    // A server account without a password command finds its password in the keyring, or asks
+    // once.
+    tf::store::imap::SystemKeyring keyring;
+    tf::PasswordDialog passwordDialog;
+    tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath(),
+                                         {&keyring, &passwordDialog});
     tf::RememberedStores remembered;
     tf::OpenStores stores(opener, remembered, options.stores);
     tf::store::NoServerBackend server;

@@ -18,7 +18,9 @@ ALLOWED = {
     "store/local": MODEL,
     # The header cache keeps its rows with the embedded store's SQLite wrapper.
     "store/maildir": MODEL | {"store/local"},
-    "store": MODEL | {"store/local", "store/maildir"},
+    # Headers and folder names are decoded as the Maildir backend decodes them.
+    "store/imap": MODEL | {"store/maildir", "store/local"},
+    "store": MODEL | {"store/local", "store/maildir", "store/imap"},
     "window": MODEL,
     "tree": MODEL | {"window"},
     "cache": MODEL | {"window", "tree"},

@@ -1,12 +1,6 @@
 // Tidyfold beside a real mbsync that keeps the tree in step with a real Dovecot: messages moved to
 // Deleted Items arrive in the server's Trash, once, whatever mbsync expunges.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <pwd.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <QDir>
 #include <QDirIterator>
@@ -14,51 +8,17 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QThread>
-#include <filesystem>
 #include <set>
 
 #include "outlook/constants.h"
 #include "store/maildir/maildir_store.h"
 #include "store/maildir/message_headers.h"
+#include "tests/support/dovecot_server.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
 
 namespace tf::store::maildir {
 namespace {
-
-// The uid Dovecot serves mail as: ourselves, or "nobody" when we are root, which it refuses.
-uid_t mailUid() {
-    return ::geteuid() == 0 ? 65534 : ::geteuid();
-}
-
-QString userName(uid_t uid) {
-    const passwd* entry = ::getpwuid(uid);
-    return entry != nullptr ? QString::fromLocal8Bit(entry->pw_name) : QString::number(uid);
-}
-
-int freePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
-
-bool accepts(int port) {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    ::close(fd);
-    return ok;
-}
 
 void writeFile(const QString& path, const QByteArray& text) {
     QDir().mkpath(QFileInfo(path).path());
@@ -66,89 +26,6 @@ void writeFile(const QString& path, const QByteArray& text) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
     file.write(text);
 }
-
-void giveTo(const QString& path, uid_t uid) {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(path.toStdString())) {
-        ::lchown(entry.path().c_str(), uid, static_cast<gid_t>(-1));
-    }
-    ::lchown(QFile::encodeName(path).constData(), uid, static_cast<gid_t>(-1));
-}
-
-// A private Dovecot on 127.0.0.1 with one user, "ann", whose Maildir is filled before it starts.
-class DovecotServer {
-  public:
-    DovecotServer(const QString& dir) : dir_(dir), port_(freePort()) {}
-    ~DovecotServer() { stop(); }
-
-    QString mailDir() const { return dir_ + QStringLiteral("/home/Maildir"); }
-    int port() const { return port_; }
-
-    bool start(QString& why) {
-        const uid_t uid = mailUid();
-        const QString login = ::geteuid() == 0 ? QStringLiteral("dovenull") : userName(uid);
-        const QString internal = ::geteuid() == 0 ? QStringLiteral("dovecot") : userName(uid);
-        const QString conf = dir_ + QStringLiteral("/dovecot.conf");
-        writeFile(conf, QStringLiteral(
-                            "base_dir = %1/run\nstate_dir = %1/state\nlog_path = %1/dovecot.log\n"
-                            "protocols = imap\nlisten = 127.0.0.1\nssl = no\n"
-                            "disable_plaintext_auth = no\nauth_mechanisms = plain login\n"
-                            "mail_location = maildir:~/Maildir\nfirst_valid_uid = 0\n"
-                            "default_login_user = %2\ndefault_internal_user = %3\n"
-                            "passdb {\n  driver = static\n  args = password=secret\n}\n"
-                            "userdb {\n  driver = static\n  args = uid=%4 gid=%5 home=%1/home\n}\n"
-                            "service imap-login {\n  chroot =\n  inet_listener imap {\n"
-                            "    address = 127.0.0.1\n    port = %6\n  }\n}\n"
-                            "service anvil {\n  chroot =\n}\n")
-                            .arg(dir_, login, internal)
-                            .arg(uid)
-                            .arg(::getegid() == 0 ? 65534 : ::getegid())
-                            .arg(port_)
-                            .toUtf8());
-        QDir().mkpath(dir_ + QStringLiteral("/run"));
-        QDir().mkpath(dir_ + QStringLiteral("/state"));
-        giveTo(dir_ + QStringLiteral("/home"), uid);
-        const QString dovecot = QStandardPaths::findExecutable(
-            QStringLiteral("dovecot"), {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
-        if (dovecot.isEmpty()) {
-            why = QStringLiteral("dovecot is not installed (scripts/setup.sh --tests)");
-            return false;
-        }
-        process_.start(dovecot, {QStringLiteral("-F"), QStringLiteral("-c"), conf});
-        if (!process_.waitForStarted(5000)) {
-            why = QStringLiteral("dovecot did not start");
-            return false;
-        }
-        for (int i = 0; i < 100; ++i) {
-            if (accepts(port_)) {
-                return true;
-            }
-            if (process_.state() == QProcess::NotRunning) {
-                break;
-            }
-            QThread::msleep(100);
-        }
-        QFile log(dir_ + QStringLiteral("/dovecot.log"));
-        log.open(QIODevice::ReadOnly);
-        why = QStringLiteral("dovecot does not answer: ") + QString::fromUtf8(log.readAll()) +
-              QString::fromUtf8(process_.readAllStandardError());
-        return false;
-    }
-
-    void stop() {
-        if (process_.state() != QProcess::NotRunning) {
-            ::kill(static_cast<pid_t>(process_.processId()), SIGTERM);
-            if (!process_.waitForFinished(10000)) {
-                ::kill(static_cast<pid_t>(process_.processId()), SIGKILL);
-                process_.waitForFinished(5000);
-            }
-        }
-    }
-
-  private:
-    QString dir_;
-    int port_;
-    QProcess process_;
-};
 
 // The subjects of the messages in one folder of a Maildir, each as often as it is there.
 std::multiset<QString> subjectsIn(const QString& folderDir) {
@@ -167,11 +44,7 @@ std::multiset<QString> subjectsIn(const QString& folderDir) {
 
 class MbsyncBesideDovecot : public ::testing::Test {
   protected:
-    void SetUp() override {
-        ASSERT_TRUE(dir_.isValid());
-        // Dovecot's own processes run as another user and must reach their folders.
-        ::chmod(QFile::encodeName(dir_.path()).constData(), 0755);
-    }
+    void SetUp() override { ASSERT_TRUE(dir_.isValid()); }
 
     // One mbsync run over every folder with the given settings; its exit code and what it said.
     int mbsync(QString& said) {
@@ -182,7 +55,7 @@ class MbsyncBesideDovecot : public ::testing::Test {
                                      "MaildirStore near\nInbox %2/\nSubFolders Maildir++\n\n"
                                      "Channel mail\nFar :far:\nNear :near:\nPatterns *\n"
                                      "Create Both\nExpunge Both\nSyncState *\n")
-                          .arg(server_.port())
+                          .arg(server_.imapPort())
                           .arg(local())
                           .toUtf8());
         const QString program = QStandardPaths::findExecutable(QStringLiteral("mbsync"));
@@ -200,7 +73,7 @@ class MbsyncBesideDovecot : public ::testing::Test {
 
     QTemporaryDir dir_;
     testing::TempHome home_;  // the header cache goes there
-    DovecotServer server_{dir_.path()};
+    testing::DovecotServer server_{dir_.path()};
 };
 
 TEST_F(MbsyncBesideDovecot, MessagesMovedToDeletedItemsReachTheServersTrashExactlyOnce) {
@@ -219,6 +92,7 @@ TEST_F(MbsyncBesideDovecot, MessagesMovedToDeletedItemsReachTheServersTrashExact
     for (const char* sub : {"/.Trash/cur", "/.Trash/new", "/.Trash/tmp", "/new", "/tmp"}) {
         QDir().mkpath(server_.mailDir() + QLatin1String(sub));
     }
+    testing::DovecotServer::giveToMailUser(server_.mailDir());
     QString why;
     ASSERT_TRUE(server_.start(why)) << why.toStdString();
     QDir().mkpath(local());

@@ -23,6 +23,12 @@ void LocalHttpServer::serve(const QString& path, const QByteArray& body, const Q
     pages_.insert(path, {body, type});
 }
 
+void LocalHttpServer::serveOthers(std::function<QByteArray(const QString&)> page,
+                                  const QByteArray& type) {
+    others_ = std::move(page);
+    othersType_ = type;
+}
+
 QString LocalHttpServer::address() const {
     return QStringLiteral("http://127.0.0.1:%1").arg(server_.serverPort());
 }
@@ -37,10 +43,13 @@ void LocalHttpServer::answer(QTcpSocket* socket) {
     const QString path = words.size() > 1 ? QString::fromLatin1(words[1]) : QString();
     requested_ << path;
     QByteArray response;
-    if (const auto it = pages_.constFind(path); it != pages_.constEnd()) {
-        response = "HTTP/1.0 200 OK\r\nContent-Type: " + it->second +
-                   "\r\nContent-Length: " + QByteArray::number(it->first.size()) + "\r\n\r\n" +
-                   it->first;
+    const auto it = pages_.constFind(path);
+    if (it != pages_.constEnd() || others_) {
+        const QPair<QByteArray, QByteArray> page =
+            it != pages_.constEnd() ? *it : qMakePair(others_(path), othersType_);
+        response = "HTTP/1.0 200 OK\r\nContent-Type: " + page.second +
+                   "\r\nContent-Length: " + QByteArray::number(page.first.size()) + "\r\n\r\n" +
+                   page.first;
     } else {
         response = "HTTP/1.0 404 Not Found\r\nContent-Length: 9\r\n\r\nNot found";
     }

@@ -4,6 +4,7 @@
 #include <QMap>
 #include <QStringList>
 #include <QTcpServer>
+#include <functional>
 
 namespace tf::testing {
 
@@ -18,6 +19,9 @@ class LocalHttpServer {
 
     void serve(const QString& path, const QByteArray& body,
                const QByteArray& type = "text/html; charset=utf-8");
+    // Every path without a page of its own gets the body that `page` makes of it, instead of 404.
+    void serveOthers(std::function<QByteArray(const QString& path)> page,
+                     const QByteArray& type = "text/html; charset=utf-8");
     // "http://127.0.0.1:<port>"
     QString address() const;
     const QStringList& requested() const { return requested_; }
@@ -27,6 +31,8 @@ class LocalHttpServer {
 
     QTcpServer server_;
     QMap<QString, QPair<QByteArray, QByteArray>> pages_;
+    std::function<QByteArray(const QString&)> others_;
+    QByteArray othersType_;
     QStringList requested_;
 };
 

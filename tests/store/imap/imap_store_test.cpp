@@ -1,0 +1,562 @@
+// The IMAP store against a real Dovecot started for each test: signing in safely, folders as
+// servers lay them out, and changes that lose nothing when the server or another client
+// misbehaves.
+#include "store/imap/imap_store.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <atomic>
+#include <memory>
+#include <set>
+
+#include "common/failure.h"
+#include "outlook/constants.h"
+#include "store/store_locator.h"
+#include "tests/support/dovecot_server.h"
+#include "tests/support/imap_test_client.h"
+#include "tests/support/qt_printers.h"
+#include "tests/support/tcp_proxy.h"
+#include "tests/support/temp_home.h"
+#include "tests/support/test_certificates.h"
+
+namespace tf::store::imap {
+namespace {
+
+using outlook::FolderPtr;
+using outlook::StorePtr;
+
+QString failureOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const Failure& failure) {
+        return failure.description();
+    }
+    return {};
+}
+
+FolderPtr childNamed(const FolderPtr& parent, const QString& name) {
+    auto folders = parent->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        if (folders->Item(i)->Name() == name) {
+            return folders->Item(i);
+        }
+    }
+    return nullptr;
+}
+
+QStringList childNames(const FolderPtr& parent) {
+    QStringList names;
+    auto folders = parent->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        names << folders->Item(i)->Name();
+    }
+    names.sort();
+    return names;
+}
+
+QStringList subjectsOf(const FolderPtr& folder) {
+    QStringList out;
+    auto items = folder->Items();
+    for (long i = 1; i <= items->Count(); ++i) {
+        out << items->Item(i)->Subject();
+    }
+    return out;
+}
+
+class ImapStoreTest : public ::testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(dir_.isValid()); }
+
+    // Starts the server; false (with a failure added) when it does not come up.
+    bool startServer(testing::DovecotOptions options = {}) {
+        const QString where = dir_.filePath(QStringLiteral("server"));
+        QDir().mkpath(where);
+        server_ = std::make_unique<testing::DovecotServer>(where, std::move(options));
+        QString why;
+        if (!server_->start(why)) {
+            ADD_FAILURE() << why.toStdString();
+            return false;
+        }
+        return true;
+    }
+
+    // Fills a mailbox with count messages "NAME 1".."NAME count" whose Message-IDs are
+    // <NAME-i@example.org>.
+    void fill(const QByteArray& mailbox, int count, bool create = true) {
+        testing::ImapTestClient client(server_->imapPort());
+        if (create) {
+            client.create(mailbox);
+        }
+        const QString name = QString::fromUtf8(mailbox).replace(QLatin1Char('/'), QLatin1Char('_'));
+        for (int i = 1; i <= count; ++i) {
+            client.append(mailbox,
+                          testing::testMail(QStringLiteral("%1 %2").arg(name).arg(i),
+                                            QStringLiteral("Ann Jensen"),
+                                            QDateTime(QDate(2020, 1, 1), QTime(10, 0)).addDays(i),
+                                            QStringLiteral("<%1-%2@example.org>").arg(name).arg(i)),
+                          i % 2 == 0, QDateTime(QDate(2020, 1, 1), QTime(10, 0)).addDays(i));
+        }
+    }
+
+    ImapAccount plainAccount() const {
+        ImapAccount account;
+        account.user = QStringLiteral("ann");
+        account.host = QStringLiteral("127.0.0.1");
+        account.port = server_->imapPort();
+        account.tls = TlsMode::None;
+        account.displayName = QStringLiteral("ann@127.0.0.1");
+        return account;
+    }
+
+    // Opens the account; the secret source counts how often the password was handed over.
+    StorePtr open(const ImapAccount& account, Batching batching = {},
+                  const QByteArray& password = "secret",
+                  int timeoutSeconds = ImapConnection::kDefaultTimeoutSeconds) {
+        auto connection = std::make_unique<ImapConnection>(
+            account,
+            [this, password] {
+                ++secretsGiven_;
+                return password;
+            },
+            timeoutSeconds);
+        return openImapStore(std::move(connection), batching);
+    }
+
+    testing::TempHome home_;
+    QTemporaryDir dir_;
+    std::unique_ptr<testing::DovecotServer> server_;
+    std::atomic<int> secretsGiven_{0};
+};
+
+// --- Signing in -----------------------------------------------------------------------------
+
+TEST_F(ImapStoreTest, AWrongPasswordGivesOneClearMessageThatDoesNotRepeatIt) {
+    ASSERT_TRUE(startServer());
+    const QString message = failureOf([&] { open(plainAccount(), {}, "not-the-password-4711"); });
+    EXPECT_TRUE(message.contains(QStringLiteral("did not accept the password for ann")))
+        << message.toStdString();
+    EXPECT_TRUE(message.contains(QStringLiteral("127.0.0.1")));
+    EXPECT_FALSE(message.contains(QStringLiteral("4711")));
+    // One attempt, no retry that could lock the account.
+    EXPECT_EQ(secretsGiven_, 1);
+}
+
+TEST_F(ImapStoreTest, APasswordCommandSignsIn) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 2, false);
+    ImapAccount account = plainAccount();
+    account.passwordCommand = QStringLiteral("printf 'secret\\nignored second line\\n'");
+    StorePtr store = openImapStore(account, nullptr, nullptr);
+    EXPECT_EQ(subjectsOf(store->GetDefaultFolder(outlook::olFolderInbox)),
+              (QStringList{QStringLiteral("INBOX 1"), QStringLiteral("INBOX 2")}));
+}
+
+TEST_F(ImapStoreTest, AServerWithoutStartTlsIsRefusedBeforeThePasswordIsSent) {
+    ASSERT_TRUE(startServer());  // no certificate: no STARTTLS
+    ImapAccount account = plainAccount();
+    account.tls = TlsMode::StartTls;
+    const QString message = failureOf([&] { open(account); });
+    EXPECT_TRUE(message.contains(QStringLiteral("does not offer STARTTLS")))
+        << message.toStdString();
+    EXPECT_EQ(secretsGiven_, 0);
+}
+
+class ImapTlsTest : public ImapStoreTest {
+  protected:
+    // A server whose certificate, for serverName, comes from a CA of the test's own.
+    bool startTlsServer(const QString& serverName) {
+        ca_ = std::make_unique<testing::TestCertificateAuthority>(dir_.path());
+        const testing::PemFiles files = ca_->issueServer(serverName, QStringLiteral("server"));
+        testing::DovecotOptions options;
+        options.certFile = files.certificate;
+        options.keyFile = files.key;
+        return startServer(options);
+    }
+    ImapAccount tlsAccount(TlsMode mode) const {
+        ImapAccount account = plainAccount();
+        account.tls = mode;
+        account.port = mode == TlsMode::Implicit ? server_->imapsPort() : server_->imapPort();
+        return account;
+    }
+    std::unique_ptr<testing::TestCertificateAuthority> ca_;
+};
+
+TEST_F(ImapTlsTest, AnUntrustedCertificateIsRefusedBeforeThePasswordIsSent) {
+    ASSERT_TRUE(startTlsServer(QStringLiteral("127.0.0.1")));
+    for (TlsMode mode : {TlsMode::Implicit, TlsMode::StartTls}) {
+        SCOPED_TRACE(mode == TlsMode::Implicit ? "imaps" : "starttls");
+        const QString message = failureOf([&] { open(tlsAccount(mode)); });
+        EXPECT_TRUE(message.contains(QStringLiteral("127.0.0.1"))) << message.toStdString();
+        EXPECT_TRUE(message.contains(QStringLiteral("not trusted"))) << message.toStdString();
+    }
+    EXPECT_EQ(secretsGiven_, 0);
+}
+
+TEST_F(ImapTlsTest, ACertificateForAnotherNameIsRefusedBeforeThePasswordIsSent) {
+    ASSERT_TRUE(startTlsServer(QStringLiteral("mail.example.org")));
+    for (TlsMode mode : {TlsMode::Implicit, TlsMode::StartTls}) {
+        SCOPED_TRACE(mode == TlsMode::Implicit ? "imaps" : "starttls");
+        ImapAccount account = tlsAccount(mode);
+        account.caFile = ca_->caFile();  // trusted, but issued for another name
+        const QString message = failureOf([&] { open(account); });
+        EXPECT_TRUE(message.contains(QStringLiteral("name does not match")))
+            << message.toStdString();
+    }
+    EXPECT_EQ(secretsGiven_, 0);
+}
+
+TEST_F(ImapTlsTest, TheAccountsCaFileMakesTheCertificateTrusted) {
+    ASSERT_TRUE(startTlsServer(QStringLiteral("127.0.0.1")));
+    fill("INBOX", 1, false);
+    for (TlsMode mode : {TlsMode::Implicit, TlsMode::StartTls}) {
+        SCOPED_TRACE(mode == TlsMode::Implicit ? "imaps" : "starttls");
+        ImapAccount account = tlsAccount(mode);
+        account.caFile = ca_->caFile();
+        StorePtr store = open(account);
+        EXPECT_EQ(subjectsOf(store->GetDefaultFolder(outlook::olFolderInbox)),
+                  QStringList{QStringLiteral("INBOX 1")});
+    }
+    EXPECT_EQ(secretsGiven_, 2);
+}
+
+TEST_F(ImapStoreTest, ADeadServerTimesOutInsteadOfHanging) {
+    // Accepts the connection and never says a word.
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    ImapAccount account;
+    account.user = QStringLiteral("ann");
+    account.host = QStringLiteral("127.0.0.1");
+    account.port = silent.serverPort();
+    account.tls = TlsMode::None;
+    auto connection = std::make_unique<ImapConnection>(
+        account, [this] { return ++secretsGiven_, QByteArray("secret"); }, 1);
+    const QString message = failureOf([&] { openImapStore(std::move(connection), {}); });
+    EXPECT_FALSE(message.isEmpty());
+    EXPECT_EQ(secretsGiven_, 0);
+}
+
+TEST_F(ImapStoreTest, TheLocatorOpensServerLocationsAsOneStoreEach) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 1, false);
+    const QString location =
+        QStringLiteral("imap://ann@127.0.0.1:%1?tls=none&password-command=echo%20secret")
+            .arg(server_->imapPort());
+    const std::vector<StorePtr> stores = store::openStores(location);
+    ASSERT_EQ(stores.size(), 1u);
+    EXPECT_EQ(stores[0]->TopFolder()->Name(), QStringLiteral("ann@127.0.0.1"));
+    EXPECT_EQ(subjectsOf(stores[0]->GetDefaultFolder(outlook::olFolderInbox)),
+              QStringList{QStringLiteral("INBOX 1")});
+    // Headless, without a command, nobody is asked: the message says what is missing.
+    const QString message = failureOf([&] {
+        store::openStores(
+            QStringLiteral("imap://ann@127.0.0.1:%1?tls=none").arg(server_->imapPort()));
+    });
+    EXPECT_FALSE(message.isEmpty());
+    EXPECT_FALSE(message.contains(QStringLiteral("secret")));
+}
+
+TEST_F(ImapStoreTest, ReadingAMessagesTextLeavesItUnread) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 1, false);  // INBOX 1 is unread
+    StorePtr store = open(plainAccount());
+    outlook::ItemPtr item = store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Item(1);
+    ASSERT_TRUE(item->UnRead());
+    EXPECT_EQ(item->Body().trimmed(), QStringLiteral("Hello."));
+    StorePtr again = open(plainAccount());
+    EXPECT_TRUE(again->GetDefaultFolder(outlook::olFolderInbox)->Items()->Item(1)->UnRead());
+}
+
+// --- Folders ---------------------------------------------------------------------------------
+
+TEST_F(ImapStoreTest, FoldersShowWithTheirOwnNamesNestedByTheDelimiter) {
+    for (const char* separator : {"/", "."}) {
+        SCOPED_TRACE(separator);
+        testing::DovecotOptions options;
+        options.separator = QString::fromLatin1(separator);
+        ASSERT_TRUE(startServer(options));
+        const QByteArray sep(separator);
+        fill("Entw&APw-rfe", 1);  // "Entwürfe" in modified UTF-7
+        fill("Projects", 1);
+        fill("Projects" + sep + "2024", 2);
+        fill("Projects" + sep + "2024" + sep + "Q1", 1);
+        StorePtr store = open(plainAccount());
+        FolderPtr top = store->TopFolder();
+        EXPECT_EQ(top->Name(), QStringLiteral("ann@127.0.0.1"));
+        EXPECT_EQ(childNames(top),
+                  (QStringList{QStringLiteral("Deleted Items"), QStringLiteral("Entwürfe"),
+                               QStringLiteral("Inbox"), QStringLiteral("Projects")}));
+        FolderPtr y2024 =
+            childNamed(childNamed(top, QStringLiteral("Projects")), QStringLiteral("2024"));
+        ASSERT_TRUE(y2024);
+        EXPECT_EQ(y2024->Items()->Count(), 2);
+        EXPECT_EQ(childNames(y2024), QStringList{QStringLiteral("Q1")});
+        EXPECT_EQ(subjectsOf(childNamed(top, QStringLiteral("Entwürfe"))).size(), 1);
+        // A message moves out of a nested folder with a non-ASCII sibling and back for good.
+        y2024->Items()->Item(1)->Delete();
+        EXPECT_EQ(y2024->Items()->Count(), 1);
+        EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 1);
+        server_.reset();
+        dir_.remove();
+        ASSERT_TRUE(QDir().mkpath(dir_.path()));
+    }
+}
+
+TEST_F(ImapStoreTest, AGmailLikeLayoutUsesItsTrashAndMakesNoOther) {
+    testing::DovecotOptions options;
+    options.separator = QStringLiteral("/");
+    options.standardSpecialUse = false;
+    options.namespaceLines = {
+        QStringLiteral("mailbox \"[Gmail]/Trash\" {\n    special_use = \\Trash\n  }"),
+        QStringLiteral("mailbox \"[Gmail]/All Mail\" {\n    special_use = \\All\n  }"),
+        QStringLiteral("mailbox \"[Gmail]/Sent Mail\" {\n    special_use = \\Sent\n  }"),
+    };
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 3, false);
+    fill("[Gmail]/All Mail", 2);
+    fill("[Gmail]/Trash", 0);
+    fill("[Gmail]/Sent Mail", 1);
+    StorePtr store = open(plainAccount());
+    FolderPtr deleted = store->GetDefaultFolder(outlook::olFolderDeletedItems);
+    EXPECT_EQ(deleted->Name(), QStringLiteral("Deleted Items"));
+    EXPECT_EQ(deleted->Parent()->Name(), QStringLiteral("[Gmail]"));
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderSentMail)->Name(),
+              QStringLiteral("Sent Mail"));
+    // [Gmail] itself holds nothing.
+    EXPECT_EQ(deleted->Parent()->Items()->Count(), 0);
+    store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Item(1)->Delete();
+
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("[Gmail]/Trash"),
+              QStringList{QStringLiteral("<INBOX-1@example.org>")});
+    EXPECT_FALSE(check.mailboxes().contains("Trash"));
+}
+
+TEST_F(ImapStoreTest, ATrashFolderIsMadeOnceWhenTheServerHasNone) {
+    testing::DovecotOptions options;
+    options.standardSpecialUse = false;
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 1, false);
+    open(plainAccount());
+    StorePtr again = open(plainAccount());
+    EXPECT_EQ(again->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 0);
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.mailboxes().count("Trash"), 1);
+}
+
+// --- Servers without MOVE or UIDPLUS -----------------------------------------------------------
+
+TEST_F(ImapStoreTest, WithoutMoveMessagesAreCopiedAndOnlyTheirOwnUidsExpunged) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 4, false);
+    StorePtr store = open(plainAccount());
+    // Another program has marked INBOX 4 for deletion; our expunge must leave it.
+    {
+        testing::ImapTestClient other(server_->imapPort());
+        other.expungeMessageIds("INBOX", {QStringLiteral("<INBOX-4@example.org>")}, false);
+    }
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    store->beginChanges();
+    inbox->Item(1)->Delete();
+    inbox->Item(1)->Delete();
+    store->endChanges();
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("INBOX"), (QStringList{QStringLiteral("<INBOX-3@example.org>"),
+                                                      QStringLiteral("<INBOX-4@example.org>")}));
+    EXPECT_EQ(check.messageIds("Trash"), (QStringList{QStringLiteral("<INBOX-1@example.org>"),
+                                                      QStringLiteral("<INBOX-2@example.org>")}));
+    // From Deleted Items, for good.
+    store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Item(1)->Delete();
+    EXPECT_EQ(check.messageIds("Trash"), QStringList{QStringLiteral("<INBOX-2@example.org>")});
+}
+
+TEST_F(ImapStoreTest, WithoutMoveAndUidplusTheStoreIsReadOnlyAndSaysWhyOnce) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 2, false);
+    StorePtr store = open(plainAccount());
+    const QString note = store->takeReadNotes();
+    EXPECT_TRUE(note.contains(QStringLiteral("neither MOVE nor UIDPLUS"))) << note.toStdString();
+    EXPECT_TRUE(note.contains(QStringLiteral("read-only")));
+    EXPECT_TRUE(store->takeReadNotes().isEmpty());
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    EXPECT_THROW(inbox->Item(1)->Delete(), Failure);
+    EXPECT_THROW(inbox->Remove(1), Failure);
+    EXPECT_EQ(inbox->Count(), 2);
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("INBOX").size(), 2);
+    // Not even a Trash folder was made.
+    EXPECT_FALSE(check.mailboxes().contains("Trash"));
+}
+
+// --- Changes in groups -----------------------------------------------------------------------
+
+TEST_F(ImapStoreTest, AGroupSendsOneCommandPerFewHundredMessages) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 250, false);
+    Batching batching;
+    batching.uidsPerCommand = 100;
+    StorePtr store = open(plainAccount(), batching);
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    FolderPtr deleted = store->GetDefaultFolder(outlook::olFolderDeletedItems);
+    deleted->Items();
+    const long before = imapCommandsSent(store);
+    store->beginChanges();
+    for (int i = 0; i < 250; ++i) {
+        inbox->Item(1)->Delete();
+        // Positions and counts change at once.
+        ASSERT_EQ(inbox->Count(), 249 - i);
+    }
+    EXPECT_EQ(deleted->Items()->Count(), 250);
+    store->endChanges();
+    // Three moves of at most 100 UIDs each, and the SELECT before them.
+    EXPECT_LE(imapCommandsSent(store) - before, 4);
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("Trash").size(), 250);
+    EXPECT_TRUE(check.messageIds("INBOX").isEmpty());
+}
+
+TEST_F(ImapStoreTest, MessagesAnotherClientExpungedFailOneByOneAndTheRunGoesOn) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 5, false);
+    StorePtr store = open(plainAccount());
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), 5);
+    {
+        testing::ImapTestClient other(server_->imapPort());
+        other.expungeMessageIds("INBOX", {QStringLiteral("<INBOX-2@example.org>"),
+                                          QStringLiteral("<INBOX-4@example.org>")});
+    }
+    store->beginChanges();
+    while (inbox->Count() > 0) {
+        inbox->Item(1)->Delete();
+    }
+    const QString message = failureOf([&] { store->endChanges(); });
+    EXPECT_TRUE(message.contains(QStringLiteral("\"INBOX 2\""))) << message.toStdString();
+    EXPECT_TRUE(message.contains(QStringLiteral("\"INBOX 4\"")));
+    EXPECT_FALSE(message.contains(QStringLiteral("\"INBOX 1\"")));
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("Trash"), (QStringList{QStringLiteral("<INBOX-1@example.org>"),
+                                                      QStringLiteral("<INBOX-3@example.org>"),
+                                                      QStringLiteral("<INBOX-5@example.org>")}));
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 3);
+}
+
+TEST_F(ImapStoreTest, AFolderRenumberedSinceItWasReadIsReadAfreshAndNothingInItChanges) {
+    ASSERT_TRUE(startServer());
+    fill("Work", 3);
+    StorePtr store = open(plainAccount());
+    FolderPtr work = childNamed(store->TopFolder(), QStringLiteral("Work"));
+    auto items = work->Items();
+    ASSERT_EQ(items->Count(), 3);
+    const outlook::ItemPtr first = items->Item(1);
+    {
+        // The same name with new messages and a new UIDVALIDITY, as after DELETE and CREATE
+        // by another program while the server was restarted.
+        testing::ImapTestClient other(server_->imapPort());
+        const std::uint32_t before = other.uidValidity("Work");
+        server_->stop();
+        ASSERT_TRUE(QDir(server_->mailDir() + QStringLiteral("/.Work")).removeRecursively());
+        QString why;
+        ASSERT_TRUE(server_->start(why)) << why.toStdString();
+        fill("Work", 2);
+        testing::ImapTestClient after(server_->imapPort());
+        ASSERT_NE(after.uidValidity("Work"), before);
+    }
+    const QString message = failureOf([&] { first->Delete(); });
+    EXPECT_TRUE(message.contains(QStringLiteral("renumbered"))) << message.toStdString();
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("Work").size(), 2);
+    EXPECT_TRUE(check.messageIds("Trash").isEmpty());
+    // Read afresh: the folder shows what the server holds now.
+    EXPECT_EQ(work->Items()->Count(), 2);
+}
+
+// Every Message-ID of the mailbox and Trash together, each as often as it is there.
+std::multiset<QString> everyMessageId(quint16 port) {
+    testing::ImapTestClient check(port);
+    std::multiset<QString> all;
+    for (const QString& id : check.messageIds("INBOX") + check.messageIds("Trash")) {
+        all.insert(id);
+    }
+    return all;
+}
+
+TEST_F(ImapStoreTest, AServerKilledInTheMiddleOfARunLosesAndDuplicatesNothing) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 300, false);
+    Batching batching;
+    batching.uidsPerCommand = 50;
+    StorePtr store = open(plainAccount(), batching);
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    store->beginChanges();
+    int failed = 0;
+    for (int i = 0; i < 300; ++i) {
+        if (i == 120) {
+            server_->kill();
+        }
+        try {
+            if (inbox->Count() > 0) {
+                inbox->Item(1)->Delete();
+            }
+        } catch (const Failure& failure) {
+            ++failed;
+            EXPECT_FALSE(failure.description().isEmpty());
+        }
+    }
+    try {
+        store->endChanges();
+    } catch (const Failure&) {
+        ++failed;
+    }
+    EXPECT_GT(failed, 0);
+
+    QString why;
+    ASSERT_TRUE(server_->start(why)) << why.toStdString();
+    const std::multiset<QString> all = everyMessageId(server_->imapPort());
+    EXPECT_EQ(all.size(), 300u);
+    EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 300u);
+    testing::ImapTestClient check(server_->imapPort());
+    // The batches sent before the server died are in Deleted Items.
+    EXPECT_GE(check.messageIds("Trash").size(), 100);
+}
+
+TEST_F(ImapStoreTest, AConnectionCutInTheMiddleOfARunIsMadeAgainAndNothingIsLostOrDoubled) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 300, false);
+    testing::TcpProxy proxy(server_->imapPort());
+    ASSERT_NE(proxy.port(), 0);
+    ImapAccount account = plainAccount();
+    account.port = proxy.port();
+    Batching batching;
+    batching.uidsPerCommand = 40;
+    StorePtr store = open(account, batching, "secret", 3);
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    store->beginChanges();
+    for (long i = 0; i < 100; ++i) {
+        if (i == 50) {
+            proxy.cutNow();  // with 40 moves sent and 10 waiting
+        }
+        inbox->Item(1)->Delete();
+    }
+    store->endChanges();
+    EXPECT_EQ(proxy.cuts(), 1);
+    EXPECT_EQ(proxy.connectionsAccepted(), 2);
+    const std::multiset<QString> all = everyMessageId(server_->imapPort());
+    EXPECT_EQ(all.size(), 300u);
+    EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 300u);
+    testing::ImapTestClient check(server_->imapPort());
+    // One reconnect is enough for the run to finish its work, and the store agrees.
+    EXPECT_EQ(check.messageIds("INBOX").size(), 200);
+    EXPECT_EQ(check.messageIds("Trash").size(), 100);
+    EXPECT_EQ(inbox->Count(), 200);
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 100);
+}
+
+}  // namespace
+}  // namespace tf::store::imap
