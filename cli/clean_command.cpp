@@ -6,6 +6,7 @@
 #include <QSaveFile>
 
 #include "app/main_window_logic.h"
+#include "store/imap/credentials.h"
 #include "store/store_locator.h"
 
 namespace tf::cli {
@@ -85,10 +86,13 @@ int CleanCommand::execute(const CleanOptions& options) {
     CommandPrompter prompter;
     CommandYield yield;
     NoWindow window;
+    // A server account's password may come from the keyring; nobody is there to be asked.
+    store::imap::SystemKeyring keyring;
     const std::unique_ptr<ApplicationSource> source =
         openStores ? openStores(plan.stores)
-                   : std::make_unique<store::StoreApplicationSource>(plan.stores,
-                                                                     store::defaultStorePath());
+                   : std::make_unique<store::StoreApplicationSource>(
+                         plan.stores, store::defaultStorePath(),
+                         store::ServerCredentials{&keyring, nullptr});
     RemoveItemsLogic logic(prompter, yield, window, window, *source);
     yield.logic = &logic;
     yield.interrupted = interrupted;

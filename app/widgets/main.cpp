@@ -10,6 +10,7 @@
 #include "app/widgets/password_dialog.h"
 #include "settings/remembered_stores.h"
 #include "store/imap/credentials.h"
+#include "store/imap/imap_server_backend.h"
 #include "store/store_locator.h"
 #include "store/store_opener.h"
 
@@ -114,7 +115,7 @@ int main(int argc, char* argv[]) {
                                          {&keyring, &passwordDialog});
     tf::RememberedStores remembered;
     tf::OpenStores stores(opener, remembered, options.stores);
-    tf::store::NoServerBackend server;
+    tf::store::imap::ImapServerBackend server;
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, stores, server);

@@ -36,8 +36,9 @@ ALLOWED = {
     "cleanings": MODEL | {"window", "tree", "cache", "grid", "marking", "clean", "layout",
                           "settings", "help", "app"},
     # The front end without a window: the window's logic and every store backend.
-    "cli": MODEL | {"store", "store/local", "store/maildir", "window", "tree", "cache", "grid",
-                    "marking", "clean", "layout", "settings", "help", "app", "cleanings"},
+    "cli": MODEL | {"store", "store/local", "store/maildir", "store/imap", "window", "tree",
+                    "cache", "grid", "marking", "clean", "layout", "settings", "help", "app",
+                    "cleanings"},
 }
 # Folders whose sources must build without Qt Gui and Qt Widgets: everything but the views.
 HEADLESS = set(ALLOWED)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QSettings>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <atomic>
@@ -14,6 +15,7 @@
 
 #include "common/failure.h"
 #include "outlook/constants.h"
+#include "store/imap/imap_server_backend.h"
 #include "store/store_locator.h"
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
@@ -556,6 +558,79 @@ TEST_F(ImapStoreTest, AConnectionCutInTheMiddleOfARunIsMadeAgainAndNothingIsLost
     EXPECT_EQ(check.messageIds("Trash").size(), 100);
     EXPECT_EQ(inbox->Count(), 200);
     EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 100);
+}
+
+// --- The Open Store dialog's server kind ----------------------------------------------------
+
+namespace imap_dialog {
+
+outlook::ServerAccount dialogAccount(outlook::ServerAccount::Tls tls, int port) {
+    outlook::ServerAccount account;
+    account.host = QStringLiteral("127.0.0.1");
+    account.user = QStringLiteral("ann");
+    account.tls = tls;
+    account.port = port;
+    return account;
+}
+
+}  // namespace imap_dialog
+
+TEST(ImapServerBackend, TheDialogsAccountBecomesALocationThatReadsBackTheSame) {
+    ImapServerBackend backend;
+    outlook::ServerAccount account;
+    account.host = QStringLiteral("mail.example.org");
+    account.user = QStringLiteral("ann@example.com");
+    account.signIn = outlook::ServerAccount::SignIn::PasswordCommand;
+    account.command = QStringLiteral("pass show 'mail/a&b' #1 ?x=y");
+    ImapAccount read = parseImapLocation(backend.location(account));
+    EXPECT_EQ(read.user, account.user);
+    EXPECT_EQ(read.host, account.host);
+    EXPECT_EQ(read.port, 993);
+    EXPECT_EQ(read.tls, TlsMode::Implicit);
+    EXPECT_EQ(read.passwordCommand, account.command);
+    EXPECT_TRUE(read.tokenCommand.isEmpty());
+
+    account.tls = outlook::ServerAccount::Tls::StartTls;
+    account.port = 1143;
+    account.host = QStringLiteral("::1");
+    account.signIn = outlook::ServerAccount::SignIn::OAuth2TokenCommand;
+    account.command = QStringLiteral("oama access ann@example.com");
+    read = parseImapLocation(backend.location(account));
+    EXPECT_EQ(read.tls, TlsMode::StartTls);
+    EXPECT_EQ(read.port, 1143);
+    EXPECT_EQ(read.host, QStringLiteral("::1"));
+    EXPECT_EQ(read.tokenCommand, account.command);
+    EXPECT_TRUE(read.passwordCommand.isEmpty());
+
+    account.signIn = outlook::ServerAccount::SignIn::Password;
+    account.port = 143;
+    EXPECT_EQ(backend.location(account), QStringLiteral("imap://ann%40example.com@[::1]"));
+}
+
+TEST_F(ImapTlsTest, TestConnectionSignsInWithTheTypedPasswordAndGivesTheServersReasons) {
+    ASSERT_TRUE(startTlsServer(QStringLiteral("127.0.0.1")));
+    ImapServerBackend backend;
+    const outlook::ServerAccount account =
+        imap_dialog::dialogAccount(outlook::ServerAccount::Tls::Implicit, server_->imapsPort());
+    // Not trusted yet: the certificate check's own words, and no password sent.
+    outlook::ConnectionTest test = backend.testConnection(account, QStringLiteral("secret"));
+    EXPECT_FALSE(test.ok);
+    EXPECT_TRUE(test.reason.contains(QStringLiteral("not trusted"))) << test.reason.toStdString();
+    // The test's CA, as a person's company CA, kept in the accounts file.
+    {
+        QSettings settings(accountSettingsFile(), QSettings::IniFormat);
+        settings.setValue(QStringLiteral("ann@127.0.0.1/cafile"), ca_->caFile());
+    }
+    test = backend.testConnection(account, QStringLiteral("Hunter2-typed"));
+    EXPECT_FALSE(test.ok);
+    EXPECT_FALSE(test.reason.isEmpty());
+    EXPECT_FALSE(test.reason.contains(QStringLiteral("Hunter2"))) << test.reason.toStdString();
+    test = backend.testConnection(account, QStringLiteral("secret"));
+    EXPECT_TRUE(test.ok) << test.reason.toStdString();
+    test = backend.testConnection(
+        imap_dialog::dialogAccount(outlook::ServerAccount::Tls::StartTls, server_->imapPort()),
+        QStringLiteral("secret"));
+    EXPECT_TRUE(test.ok) << test.reason.toStdString();
 }
 
 }  // namespace
