@@ -3,12 +3,11 @@
 #include <QString>
 #include <cstdio>
 
+#include "cli/headless_parts.h"
 #include "common/prompter.h"
 #include "outlook/application_source.h"
 #include "outlook/session.h"
 #include "store/local/local_store.h"
-#include "window/message_window.h"
-#include "window/window_shell.h"
 
 // What a benchmark needs to drive the window's logic without a display.
 namespace tf::bench {
@@ -30,17 +29,8 @@ class QuietPrompter : public Prompter {
     QString expected_;
 };
 
-class NoWindow : public MessageWindow, public WindowShell {
-  public:
-    void setText(const QString&) override {}
-    void show() override {}
-    void hide() override {}
-    void unload() override {}
-    void showMain() override {}
-    void unloadMain() override {}
-    void unloadAbout() override {}
-    void focusTree() override {}
-};
+// The windows the logic would show: none, as for tidyfold-clean.
+using NoWindow = cli::NoWindow;
 
 // Opens the stores of one store file.
 class StoresFrom : public ApplicationSource {

@@ -14,6 +14,8 @@
 #include <QThread>
 #include <filesystem>
 
+#include "tests/support/loopback.h"
+
 namespace tf::testing {
 
 namespace {
@@ -21,14 +23,6 @@ namespace {
 QString userName(uid_t uid) {
     const passwd* entry = ::getpwuid(uid);
     return entry != nullptr ? QString::fromLocal8Bit(entry->pw_name) : QString::number(uid);
-}
-
-sockaddr_in loopback(quint16 port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
 }
 
 bool writeFile(const QString& path, const QByteArray& text) {

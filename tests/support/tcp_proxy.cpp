@@ -14,19 +14,13 @@
 #include <list>
 #include <vector>
 
+#include "tests/support/loopback.h"
+
 namespace tf::testing {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-sockaddr_in loopback(quint16 port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
 
 void setNonBlocking(int fd) {
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
