@@ -14,6 +14,7 @@
 #include <QRadioButton>
 #include <QSettings>
 #include <QSpinBox>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
@@ -25,13 +26,17 @@
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
 #include "app/widgets/open_store_dialog.h"
+#include "store/imap/imap_location.h"
+#include "store/imap/imap_server_backend.h"
 #include "store/local/sample_content.h"
 #include "store/maildir/maildir_writer.h"
 #include "store/store_locator.h"
 #include "store/store_opener.h"
 #include "tests/support/box_answerer.h"
+#include "tests/support/dovecot_server.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/test_certificates.h"
 #include "tests/support/tree_view_clicks.h"
 
 namespace tf::testing {
@@ -118,7 +123,7 @@ class OpenStoresWidgets : public ::testing::Test {
     bool start(const QStringList& commandLine = {}) {
         stop();
         stores = std::make_unique<OpenStores>(opener, remembered, commandLine);
-        window = std::make_unique<frmRemoveItems>(messageWindow, *stores, server);
+        window = std::make_unique<frmRemoveItems>(messageWindow, *stores, *backend);
         return window->load();
     }
     void stop() {
@@ -186,6 +191,7 @@ class OpenStoresWidgets : public ::testing::Test {
     store::LocatorStoreOpener opener{home.file(QStringLiteral("data/default.tidystore"))};
     RememberedStores remembered;
     store::NoServerBackend server;
+    outlook::ServerBackend* backend = &server;
     frmMessageBox messageWindow;
     std::unique_ptr<OpenStores> stores;
     std::unique_ptr<frmRemoveItems> window;
@@ -432,6 +438,46 @@ TEST(OpenStoreWindow, ThePathFieldsTakeTheWindowsWidthInEveryKind) {
         EXPECT_GT(edit->width(), dialog.width() / 2)
             << field << " " << edit->width() << " of " << dialog.width();
     }
+}
+
+// The server kind against a real Dovecot, as a person fills it in: Test connection, then Open.
+TEST_F(OpenStoresWidgets, AServerAccountIsTestedAndOpenedAgainstARealServer) {
+    QTemporaryDir serverDir;
+    testing::TestCertificateAuthority ca(serverDir.path());
+    const testing::PemFiles files =
+        ca.issueServer(QStringLiteral("127.0.0.1"), QStringLiteral("server"));
+    testing::DovecotOptions options;
+    options.certFile = files.certificate;
+    options.keyFile = files.key;
+    testing::DovecotServer dovecot(serverDir.filePath(QStringLiteral("dovecot")), options);
+    QString why;
+    ASSERT_TRUE(dovecot.start(why)) << why.toStdString();
+    {
+        // The test's CA, as a company's CA is named for one account.
+        QSettings accounts(store::imap::accountSettingsFile(), QSettings::IniFormat);
+        accounts.setValue(QStringLiteral("ann@127.0.0.1/cafile"), ca.caFile());
+    }
+    store::imap::ImapServerBackend imap;
+    backend = &imap;
+    ASSERT_TRUE(start());
+    QString tested;
+    openThroughWindow([&](frmOpenStore& dialog) {
+        dialog.setKind(frmOpenStore::Kind::Server);
+        part<QLineEdit>(dialog, "txtHost")->setText(QStringLiteral("127.0.0.1"));
+        part<QLineEdit>(dialog, "txtUser")->setText(QStringLiteral("ann"));
+        part<QComboBox>(dialog, "cboTls")->setCurrentIndex(0);
+        part<QSpinBox>(dialog, "spnPort")->setValue(dovecot.imapsPort());
+        part<QComboBox>(dialog, "cboSignIn")->setCurrentIndex(1);
+        part<QLineEdit>(dialog, "txtCommand")->setText(QStringLiteral("printf secret"));
+        QTest::mouseClick(part<QPushButton>(dialog, "cmdTestConnection"), Qt::LeftButton);
+        tested = part<QLabel>(dialog, "lblTestResult")->text();
+    });
+    EXPECT_EQ(tested, QStringLiteral("The connection works."));
+    EXPECT_EQ(storesInView(), QStringList{QStringLiteral("ann@127.0.0.1")});
+    EXPECT_EQ(rememberedNames(), storesInView());
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("ann@127.0.0.1 - Tidyfold"));
+    stop();
+    dovecot.stop();
 }
 
 }  // namespace
