@@ -15,6 +15,7 @@
 #include <memory>
 #include <vector>
 
+#include "bench/bench_mail.h"
 #include "bench/bench_support.h"
 #include "common/failure.h"
 #include "outlook/constants.h"
@@ -35,44 +36,12 @@ using store::imap::UidList;
 
 const QByteArray kFields = "FROM SUBJECT DATE";
 
-std::vector<QString> folderDirs() {
-    std::vector<QString> dirs{QString()};
-    for (int i = 1; i < 20; ++i) {
-        dirs.push_back(QStringLiteral(".Folder%1").arg(i, 2, 10, QLatin1Char('0')));
-    }
-    return dirs;
-}
-
 std::vector<QByteArray> mailboxNames() {
     std::vector<QByteArray> names{"INBOX"};
     for (int i = 1; i < 20; ++i) {
         names.push_back(QStringLiteral("Folder%1").arg(i, 2, 10, QLatin1Char('0')).toLatin1());
     }
     return names;
-}
-
-void generate(const QString& root, qint64 messages) {
-    store::maildir::MaildirWriter writer(root);
-    writer.addFolder(QStringLiteral(".Trash"));
-    const std::vector<QString> dirs = folderDirs();
-    for (const QString& dir : dirs) {
-        writer.addFolder(dir);
-    }
-    const QString body =
-        QStringLiteral("Hello,\r\n\r\nthe figures for this week are attached. ").repeated(12);
-    const QDateTime start(QDate(2015, 1, 1), QTime(8, 0));
-    for (qint64 i = 0; i < messages; ++i) {
-        store::maildir::MailToWrite mail;
-        mail.subject = QStringLiteral("Weekly report %1 for the team").arg(i);
-        mail.senderName = i % 7 == 0 ? QStringLiteral("Zoë Lefèvre") : QStringLiteral("Ann Jensen");
-        mail.date = start.addSecs(i * 600);
-        mail.messageId = QStringLiteral("bench-%1@example.org").arg(i);
-        mail.body = body;
-        const std::optional<QString> flags =
-            i % 3 == 0 ? std::optional<QString>(QStringLiteral("S")) : std::nullopt;
-        writer.deliver(dirs[static_cast<std::size_t>(i) % dirs.size()],
-                       store::maildir::composeMail(mail), 1420000000 + i, flags);
-    }
 }
 
 ImapAccount accountAt(quint16 port) {
@@ -95,7 +64,7 @@ std::unique_ptr<testing::DovecotServer> filledServer(const QString& dir, qint64 
     QDir().mkpath(dir);
     testing::DovecotOptions options;
     auto server = std::make_unique<testing::DovecotServer>(dir, options);
-    generate(server->mailDir(), messages);
+    bench::writeBenchMaildir(server->mailDir(), messages);
     testing::DovecotServer::giveToMailUser(dir + QStringLiteral("/home"));
     QString why;
     if (!server->start(why)) {

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_mail.h"
 #include "bench/bench_support.h"
 #include "common/failure.h"
 #include "outlook/constants.h"
@@ -27,40 +28,6 @@
 namespace {
 
 using namespace tf;
-
-// The tree's folders: the Inbox and nineteen others. The messages are dealt out over them.
-std::vector<QString> folderDirs() {
-    std::vector<QString> dirs{QString()};
-    for (int i = 1; i < 20; ++i) {
-        dirs.push_back(QStringLiteral(".Folder%1").arg(i, 2, 10, QLatin1Char('0')));
-    }
-    return dirs;
-}
-
-// Writes the tree: a third of the messages read, sizes like real mail's.
-void generate(const QString& root, qint64 messages) {
-    store::maildir::MaildirWriter writer(root);
-    writer.addFolder(QStringLiteral(".Trash"));
-    const std::vector<QString> dirs = folderDirs();
-    for (const QString& dir : dirs) {
-        writer.addFolder(dir);
-    }
-    const QString body =
-        QStringLiteral("Hello,\r\n\r\nthe figures for this week are attached. ").repeated(12);
-    const QDateTime start(QDate(2015, 1, 1), QTime(8, 0));
-    for (qint64 i = 0; i < messages; ++i) {
-        store::maildir::MailToWrite mail;
-        mail.subject = QStringLiteral("Weekly report %1 for the team").arg(i);
-        mail.senderName = i % 7 == 0 ? QStringLiteral("Zoë Lefèvre") : QStringLiteral("Ann Jensen");
-        mail.date = start.addSecs(i * 600);
-        mail.messageId = QStringLiteral("bench-%1@example.org").arg(i);
-        mail.body = body;
-        const std::optional<QString> flags =
-            i % 3 == 0 ? std::optional<QString>(QStringLiteral("S")) : std::nullopt;
-        writer.deliver(dirs[static_cast<std::size_t>(i) % dirs.size()],
-                       store::maildir::composeMail(mail), 1420000000 + i, flags);
-    }
-}
 
 struct ScanSink {
     qint64 items = 0;
@@ -171,15 +138,15 @@ int run(const QStringList& args) {
     const QString ours = dir.filePath(QStringLiteral("ours"));
     const QString floor = dir.filePath(QStringLiteral("floor"));
     bench::print("generate_s", bench::seconds([&] {
-                     generate(ours, messages);
-                     generate(floor, messages);
+                     bench::writeBenchMaildir(ours, messages);
+                     bench::writeBenchMaildir(floor, messages);
                  }));
     bench::print("messages", static_cast<double>(messages));
 
     // The scan takes turns with its floor folder by folder, as the clean does below.
     const std::string floorRoot = QFile::encodeName(floor).toStdString();
     std::vector<std::string> floorFolders;
-    for (const QString& folderDir : folderDirs()) {
+    for (const QString& folderDir : bench::benchFolderDirs()) {
         std::string path = floorRoot;
         if (!folderDir.isEmpty()) {
             path += '/';

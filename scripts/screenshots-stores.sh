@@ -8,24 +8,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh --screenshots
-build=${TIDYFOLD_BUILD_DIR:-build-shots}
-if [[ -z ${TIDYFOLD_BUILD_DIR:-} ]]; then
-    cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-fi
-cmake --build "$build" --target tidyfold tidyfold-store-tour tidyfold_manual
-out=$(realpath -m "${1:-$build/pictures}")
-mkdir -p "$out"
-
-# Never the real home: settings, the sample store and the Maildir live in a scratch folder,
-# which both starts share, as a person's home is shared by two days' work.
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-export HOME="$scratch" XDG_CONFIG_HOME="$scratch/.config" XDG_DATA_HOME="$scratch/.local/share"
-export XDG_CACHE_HOME="$scratch/.cache" XDG_RUNTIME_DIR="$scratch/run"
-mkdir -p "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
-unset QT_QPA_PLATFORM
-export TIDYFOLD_HELP_SITE=http://127.0.0.1:9
+. scripts/screenshot-env.sh
+# Settings, the sample store and the Maildir live in the scratch folder, which both starts
+# share, as a person's home is shared by two days' work.
+screenshot_setup "${1:-}" tidyfold tidyfold-store-tour tidyfold_manual
 # A sanitizer build would end each program with a report of libdbus's own leak; not ours.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0}
 

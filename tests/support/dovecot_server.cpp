@@ -167,15 +167,15 @@ bool DovecotServer::writeConfig(QString& why) {
     if (!options_.capability.isEmpty()) {
         conf += QStringLiteral("imap_capability = %1\n").arg(options_.capability);
     }
-    if (!options_.oauth2IntrospectionUrl.isEmpty()) {
-        // Tokens go to the introspection endpoint; the oauth2 passdb checks that the token's
+    if (!options_.oauth2TokenCheckUrl.isEmpty()) {
+        // Tokens go to the token-check endpoint; the oauth2 passdb checks that the token's
         // user is the one signing in.
         const QString oauth2File = dir_ + QStringLiteral("/dovecot-oauth2.conf.ext");
         const QString oauth2 = QStringLiteral(
                                    "introspection_mode = get\nintrospection_url = %1\n"
                                    "username_attribute = username\nactive_attribute = active\n"
                                    "active_value = true\n")
-                                   .arg(options_.oauth2IntrospectionUrl);
+                                   .arg(options_.oauth2TokenCheckUrl);
         if (!writeFile(oauth2File, oauth2.toUtf8())) {
             why = QStringLiteral("cannot write ") + oauth2File;
             return false;

@@ -28,10 +28,10 @@ struct DovecotOptions {
     bool standardSpecialUse = true;
     std::vector<std::pair<QString, QString>> users{
         {QStringLiteral("ann"), QStringLiteral("secret")}};
-    // An OAuth2 token-introspection address that takes the token appended, as
-    // TokenIntrospectionEndpoint::url() gives; when set, the server also accepts XOAUTH2 and
+    // An OAuth2 token-check address that takes the token appended, as
+    // TokenCheckServer::url() gives; when set, the server also accepts XOAUTH2 and
     // OAUTHBEARER and asks there about each token.
-    QString oauth2IntrospectionUrl;
+    QString oauth2TokenCheckUrl;
     // Anything else for dovecot.conf, appended as it stands.
     QString extraConfig;
 };

@@ -8,7 +8,7 @@
 
 #include "tests/support/dovecot_server.h"
 #include "tests/support/qt_printers.h"
-#include "tests/support/token_introspection.h"
+#include "tests/support/token_check_server.h"
 
 namespace tf::testing {
 namespace {
@@ -84,7 +84,7 @@ std::string oauthbearer(const std::string& user, const std::string& token, quint
                                                 token + "\x01\x01");
 }
 
-// The test's Dovecot asks the test's introspection endpoint about every token.
+// The test's Dovecot asks the test's token-check endpoint about every token.
 class OAuth2DovecotTest : public ::testing::Test {
   protected:
     OAuth2DovecotTest()
@@ -96,7 +96,7 @@ class OAuth2DovecotTest : public ::testing::Test {
         DovecotOptions options;
         options.users = {{QStringLiteral("ann"), QStringLiteral("secret")},
                          {QStringLiteral("bob"), QStringLiteral("other")}};
-        options.oauth2IntrospectionUrl = endpoint.url();
+        options.oauth2TokenCheckUrl = endpoint.url();
         server = std::make_unique<DovecotServer>(dir.path(), options);
         QString why;
         ASSERT_TRUE(server->start(why)) << why.toStdString();
@@ -112,7 +112,7 @@ class OAuth2DovecotTest : public ::testing::Test {
     }
 
     QTemporaryDir dir;
-    TokenIntrospectionEndpoint endpoint;
+    TokenCheckServer endpoint;
     std::unique_ptr<DovecotServer> server;
 };
 

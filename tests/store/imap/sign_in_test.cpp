@@ -16,7 +16,7 @@
 #include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_certificates.h"
-#include "tests/support/token_introspection.h"
+#include "tests/support/token_check_server.h"
 
 namespace tf::store::imap {
 namespace {
@@ -24,7 +24,7 @@ namespace {
 using testing::DovecotOptions;
 using testing::DovecotServer;
 using testing::TestCertificateAuthority;
-using testing::TokenIntrospectionEndpoint;
+using testing::TokenCheckServer;
 
 // Signing in to a private Dovecot through the store, from the location a user writes: TLS is
 // checked before any secret is fetched or sent, tokens and passwords come from commands, and a
@@ -48,7 +48,7 @@ class SignInTest : public ::testing::Test {
             options.certFile = files.certificate;
             options.keyFile = files.key;
         }
-        options.oauth2IntrospectionUrl = endpoint.url();
+        options.oauth2TokenCheckUrl = endpoint.url();
         server = std::make_unique<DovecotServer>(home.file(QStringLiteral("dovecot")), options);
         QString why;
         ASSERT_TRUE(server->start(why)) << why.toStdString();
@@ -105,7 +105,7 @@ class SignInTest : public ::testing::Test {
     }
 
     testing::TempHome home;
-    TokenIntrospectionEndpoint endpoint;
+    TokenCheckServer endpoint;
     TestCertificateAuthority ca;
     std::unique_ptr<DovecotServer> server;
 };

@@ -1,4 +1,4 @@
-#include "tests/support/token_introspection.h"
+#include "tests/support/token_check_server.h"
 
 #include <QEventLoop>
 #include <QJsonDocument>
@@ -13,7 +13,7 @@ namespace tf::testing {
 
 namespace {
 
-const QString kPath = QStringLiteral("/introspect");
+const QString kPath = QStringLiteral("/token");
 
 QString tokenOf(const QString& path) {
     return QUrlQuery(QUrl(path).query())
@@ -22,7 +22,7 @@ QString tokenOf(const QString& path) {
 
 }  // namespace
 
-class TokenIntrospectionEndpoint::Worker : public QThread {
+class TokenCheckServer::Worker : public QThread {
   public:
     explicit Worker(QMap<QString, QString> userByToken) : userByToken_(std::move(userByToken)) {}
 
@@ -79,22 +79,22 @@ class TokenIntrospectionEndpoint::Worker : public QThread {
     QObject* context_ = nullptr;
 };
 
-TokenIntrospectionEndpoint::TokenIntrospectionEndpoint(QMap<QString, QString> userByToken)
+TokenCheckServer::TokenCheckServer(QMap<QString, QString> userByToken)
     : worker_(new Worker(std::move(userByToken))) {
     worker_->start();
 }
 
-TokenIntrospectionEndpoint::~TokenIntrospectionEndpoint() {
+TokenCheckServer::~TokenCheckServer() {
     worker_->quit();
     worker_->wait();
     delete worker_;
 }
 
-QString TokenIntrospectionEndpoint::url() const {
+QString TokenCheckServer::url() const {
     return worker_->address() + kPath + QStringLiteral("?token=");
 }
 
-QStringList TokenIntrospectionEndpoint::tokensAsked() const {
+QStringList TokenCheckServer::tokensAsked() const {
     return worker_->asked();
 }
 
