@@ -12,8 +12,6 @@ cd "$(dirname "$0")/.."
 # Settings, the sample store and the Maildir live in the scratch folder, which both starts
 # share, as a person's home is shared by two days' work.
 screenshot_setup "${1:-}" tidyfold tidyfold-store-tour tidyfold_manual
-# A sanitizer build would end each program with a report of libdbus's own leak; not ours.
-export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0}
 
 # The command the desktop entry runs, with no arguments of its own.
 exec_line=$(sed -n 's/^Exec=//p' dist/io.github.tidyfold.Tidyfold.desktop)

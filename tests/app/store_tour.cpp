@@ -22,6 +22,7 @@
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
 #include "app/widgets/open_store_dialog.h"
+#include "store/imap/imap_server_backend.h"
 #include "store/maildir/maildir_writer.h"
 #include "store/store_locator.h"
 #include "store/store_opener.h"
@@ -145,7 +146,7 @@ int main(int argc, char* argv[]) {
     tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath());
     tf::RememberedStores remembered;
     tf::OpenStores stores(opener, remembered, {});
-    tf::store::NoServerBackend server;
+    tf::store::imap::ImapServerBackend server;
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, stores, server);
@@ -170,7 +171,7 @@ int main(int argc, char* argv[]) {
         dialog.setKind(tf::frmOpenStore::Kind::Server);
         auto* option = dialog.findChild<QRadioButton*>(QStringLiteral("optServer"));
         QTest::mouseMove(option);
-        QTest::qWait(1200);  // the tooltip says why the kind is not offered
+        QTest::qWait(1200);  // the kind's tooltip
         QHelpEvent tip(QEvent::ToolTip, option->rect().center(),
                        option->mapToGlobal(option->rect().center()));
         QApplication::sendEvent(option, &tip);
