@@ -154,6 +154,13 @@ Statement& Statement::bind(int index, const QString& value) {
     return *this;
 }
 
+Statement& Statement::bindBlob(int index, QByteArrayView value) {
+    db_->check(sqlite3_bind_blob64(stmt_, index, value.data(),
+                                   static_cast<sqlite3_uint64>(value.size()), SQLITE_TRANSIENT),
+               QString());
+    return *this;
+}
+
 Statement& Statement::bindNull(int index) {
     db_->check(sqlite3_bind_null(stmt_, index), QString());
     return *this;
@@ -189,6 +196,11 @@ QString Statement::text(int column) const {
     const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, column));
     const int size = sqlite3_column_bytes(stmt_, column);
     return QString::fromUtf8(data, size);
+}
+
+QByteArrayView Statement::blob(int column) const {
+    const auto* data = static_cast<const char*>(sqlite3_column_blob(stmt_, column));
+    return {data, sqlite3_column_bytes(stmt_, column)};
 }
 
 bool Statement::isNull(int column) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 #include <QtGlobal>
 #include <memory>
@@ -26,6 +27,8 @@ class Statement {
     Statement& bind(int index, long value) { return bind(index, static_cast<qint64>(value)); }
     Statement& bind(int index, double value);
     Statement& bind(int index, const QString& value);
+    // Bytes kept as they are (a BLOB), copied at once.
+    Statement& bindBlob(int index, QByteArrayView value);
     Statement& bindNull(int index);
 
     // Advances to the next row; false when there is none.
@@ -36,6 +39,8 @@ class Statement {
     qint64 int64(int column) const;
     double real(int column) const;
     QString text(int column) const;
+    // Valid until the next step or the end of the loan.
+    QByteArrayView blob(int column) const;
     bool isNull(int column) const;
 
   private:

@@ -58,10 +58,17 @@ class HeaderCache {
         Row row;
     };
 
+    // Rows for the writer; with replaces set, they take the place of all of that folder's rows.
+    struct Batch {
+        std::vector<Kept> rows;
+        std::optional<std::string> replaces;
+    };
+
     bool open();
     void loadFolder(const std::string& folder);
     void drop();
-    void write(const std::vector<Kept>& batch);
+    void enqueue(Batch batch);
+    void write(const Batch& batch);
     void writeQueued();
 
     std::string root_;
@@ -73,7 +80,7 @@ class HeaderCache {
     // Kept rows are written on a thread of their own, so the scan never waits for SQLite.
     std::mutex queueMutex_;
     std::condition_variable queued_;
-    std::deque<std::vector<Kept>> queue_;
+    std::deque<Batch> queue_;
     bool closing_ = false;
     std::thread writer_;
     // Each folder's rows, read in one query the first time the folder is asked about; a row

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include "outlook/constants.h"
+#include "store/local/sqlite_db.h"
 #include "store/maildir/header_cache.h"
 #include "store/maildir/maildir_store.h"
 #include "store/maildir/maildir_writer.h"
@@ -77,6 +78,17 @@ class MaildirCacheTest : public ::testing::Test {
         ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
     }
 
+    // Runs one statement on the cache file, as a damaged or an old cache would have it.
+    void onCache(const char* sql) {
+        local::Database db(cacheFile(), local::Database::Mode::ReadWrite);
+        db.exec(sql);
+    }
+    qint64 cacheChunks() {
+        local::Database db(cacheFile(), local::Database::Mode::ReadWrite);
+        auto count = db.prepare("SELECT count(*) FROM chunks");
+        return count.step() ? count.int64(0) : -1;
+    }
+
     QTemporaryDir dir_;
     MaildirWriter writer_{root()};
     QStringList paths_;
@@ -126,6 +138,49 @@ TEST_F(MaildirCacheTest, ADamagedOrUnwritableCacheGivesTheSameFields) {
     QFile blocker(dir_.filePath(QStringLiteral("blocked")));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     qputenv("XDG_CACHE_HOME", QFile::encodeName(blocker.fileName()));
+    EXPECT_EQ(fields(), first);
+}
+
+TEST_F(MaildirCacheTest, ADamagedChunkOrACacheOfAnOlderLayoutGivesTheSameFields) {
+    const QStringList first = fields();
+    ASSERT_GT(cacheChunks(), 0);
+    // Lengths that run past the end of the chunk, and a chunk cut short.
+    onCache("UPDATE chunks SET rows = x'ffffffff' || rows");
+    EXPECT_EQ(fields(), first);
+    // The damaged chunks were replaced by rows read from the files: the cache serves again.
+    for (const QString& path : paths_) {
+        replaceKeepingSizeAndTime(path, "subject ", "SUBJECT ");
+    }
+    EXPECT_EQ(fields(), first);
+    onCache("UPDATE chunks SET rows = substr(rows, 1, length(rows) - 3)");
+    const QStringList fromFiles = fields();
+    ASSERT_EQ(fromFiles.size(), first.size());
+    EXPECT_TRUE(fromFiles[0].startsWith(QStringLiteral("SUBJECT "))) << fromFiles[0].toStdString();
+    // A cache written by an earlier version, with another table, is started afresh.
+    onCache("DROP TABLE chunks");
+    onCache("CREATE TABLE messages (folder TEXT, stem TEXT)");
+    onCache("PRAGMA user_version=1");
+    EXPECT_EQ(fields(), fromFiles);
+    EXPECT_GT(cacheChunks(), 0);
+}
+
+TEST_F(MaildirCacheTest, MessagesReadAgainAndAgainDoNotMakeTheCacheGrowWithoutEnd) {
+    const QStringList first = fields();
+    const qint64 chunksAtFirst = cacheChunks();
+    // Every opening finds every file touched, so every message is read again and kept anew.
+    for (int round = 0; round < 40; ++round) {
+        for (const QString& path : paths_) {
+            const timespec times[2] = {{0, UTIME_OMIT}, {1700000000 + round, 0}};
+            ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
+        }
+        ASSERT_EQ(fields(), first) << "round " << round;
+    }
+    // Each opening adds a chunk per folder; now and then a folder's chunks are written afresh.
+    EXPECT_LE(cacheChunks(), chunksAtFirst + 2 * 17);
+    // The rows written afresh are the newest: an unchanged tree is still read from the cache.
+    for (const QString& path : paths_) {
+        replaceKeepingSizeAndTime(path, "subject ", "SUBJECT ");
+    }
     EXPECT_EQ(fields(), first);
 }
 
