@@ -250,7 +250,105 @@ QString decodeSender(const QByteArray& value) {
     return decodeText(value);
 }
 
+// Days from 1970-01-01 to a day of the proleptic Gregorian calendar.
+qint64 daysFromCivil(qint64 year, int month, int day) {
+    year -= month <= 2 ? 1 : 0;
+    const qint64 era = (year >= 0 ? year : year - 399) / 400;
+    const qint64 yearOfEra = year - era * 400;
+    const qint64 dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const qint64 dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
+}
+
+int daysInMonth(int year, int month) {
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return month == 2 && leap ? 29 : kDays[month - 1];
+}
+
+// The form nearly every message has, "[Tue, ]2 Jan 2024 10:00[:00] +0100 [(comment)]", read
+// here because GMime's general parser makes a time zone object for every date. Anything else
+// is left to GMime.
+std::optional<qint64> decodeCommonDate(QByteArrayView text) {
+    qsizetype at = 0;
+    const auto spaces = [&] {
+        const qsizetype from = at;
+        while (at < text.size() && (text[at] == ' ' || text[at] == '\t')) {
+            ++at;
+        }
+        return at > from;
+    };
+    const auto number = [&](int fewest, int most, int& value) {
+        int count = 0;
+        value = 0;
+        while (at < text.size() && count < most && text[at] >= '0' && text[at] <= '9') {
+            value = value * 10 + (text[at++] - '0');
+            ++count;
+        }
+        return count >= fewest && (at == text.size() || text[at] < '0' || text[at] > '9');
+    };
+    const auto letter = [&](qsizetype i) {
+        return i < text.size() && ((text[i] | 0x20) >= 'a' && (text[i] | 0x20) <= 'z');
+    };
+    spaces();
+    if (letter(at)) {
+        if (!letter(at + 1) || !letter(at + 2) || at + 3 >= text.size() || text[at + 3] != ',') {
+            return std::nullopt;
+        }
+        at += 4;
+        spaces();
+    }
+    int day = 0;
+    int year = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int zone = 0;
+    if (!number(1, 2, day) || !spaces() || !letter(at) || !letter(at + 1) || !letter(at + 2)) {
+        return std::nullopt;
+    }
+    static constexpr const char* kMonths[] = {"jan", "feb", "mar", "apr", "may", "jun",
+                                              "jul", "aug", "sep", "oct", "nov", "dec"};
+    int month = 0;
+    for (int m = 0; m < 12 && month == 0; ++m) {
+        if (qstrnicmp(text.data() + at, kMonths[m], 3) == 0) {
+            month = m + 1;
+        }
+    }
+    at += 3;
+    if (month == 0 || letter(at) || !spaces() || !number(4, 4, year) || year < 1000 || !spaces() ||
+        !number(2, 2, hour) || at >= text.size() || text[at++] != ':' || !number(2, 2, minute)) {
+        return std::nullopt;
+    }
+    if (at < text.size() && text[at] == ':') {
+        ++at;
+        if (!number(2, 2, second)) {
+            return std::nullopt;
+        }
+    }
+    if (!spaces() || at >= text.size() || (text[at] != '+' && text[at] != '-')) {
+        return std::nullopt;
+    }
+    const int sign = text[at++] == '-' ? -1 : 1;
+    if (!number(4, 4, zone)) {
+        return std::nullopt;
+    }
+    spaces();
+    if (at < text.size() && text[at] != '(') {
+        return std::nullopt;
+    }
+    if (day < 1 || day > daysInMonth(year, month) || hour > 23 || minute > 59 || second > 59 ||
+        zone / 100 > 14 || zone % 100 > 59) {
+        return std::nullopt;
+    }
+    const qint64 offset = sign * ((zone / 100) * 3600 + (zone % 100) * 60);
+    return daysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second - offset;
+}
+
 std::optional<qint64> decodeDate(const QByteArray& value) {
+    if (const std::optional<qint64> common = decodeCommonDate(value)) {
+        return common;
+    }
     ensureGMime();
     GDateTime* parsed = g_mime_utils_header_decode_date(value.constData());
     if (parsed == nullptr) {

@@ -5,6 +5,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <QDateTime>
+#include <random>
+
 #include "tests/support/qt_printers.h"
 
 namespace tf::store::maildir {
@@ -86,6 +89,57 @@ TEST(MessageHeaders, NoHeaderBlockAtAllGivesNothing) {
     EXPECT_EQ(headers.sender, QString());
     EXPECT_FALSE(headers.date);
     EXPECT_FALSE(parseHeaders("Date: 31 Feb 20x4 99:99\n\n").date);
+}
+
+std::optional<qint64> dateOf(const QByteArray& value) {
+    return parseHeaders("Date: " + value + "\n\n").date;
+}
+
+TEST(MessageHeaders, DatesInTheCommonFormAgreeWithAnIndependentReading) {
+    static const char* const kMonths[] = {"Jan", "FEB", "mar", "Apr", "May", "Jun",
+                                          "Jul", "aug", "Sep", "Oct", "Nov", "Dec"};
+    static const char* const kDays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+    std::mt19937 random(20261124);
+    const auto pick = [&](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random);
+    };
+    for (int i = 0; i < 3000; ++i) {
+        const QDate day(pick(1000, 9999), pick(1, 12), 1);
+        const QDate date = day.addDays(pick(0, day.daysInMonth() - 1));
+        const QTime time(pick(0, 23), pick(0, 59), pick(0, 59));
+        const int offset = pick(-14 * 60, 14 * 60) * 60;
+        const bool seconds = pick(0, 3) != 0;
+        QByteArray text;
+        if (pick(0, 1) != 0) {
+            text += QByteArray(kDays[date.dayOfWeek() - 1]) + ", ";
+        }
+        text += QByteArray::number(date.day()) + ' ' + kMonths[date.month() - 1] + ' ' +
+                QByteArray::number(date.year()) + ' ' +
+                time.toString(seconds ? QStringLiteral("HH:mm:ss") : QStringLiteral("HH:mm"))
+                    .toLatin1() +
+                ' ' + (offset < 0 ? '-' : '+') +
+                QByteArray::number(std::abs(offset) / 3600 * 100 + std::abs(offset) % 3600 / 60)
+                    .rightJustified(4, '0');
+        if (pick(0, 4) == 0) {
+            text += " (CET)";
+        }
+        const QTime shown = seconds ? time : QTime(time.hour(), time.minute());
+        const qint64 expected =
+            QDateTime(date, shown, Qt::OffsetFromUTC, offset).toSecsSinceEpoch();
+        ASSERT_EQ(dateOf(text), std::optional(expected)) << text.constData();
+    }
+}
+
+TEST(MessageHeaders, DatesInOtherFormsAreStillRead) {
+    const qint64 noon = QDateTime(QDate(2024, 1, 2), QTime(12, 0), Qt::UTC).toSecsSinceEpoch();
+    EXPECT_EQ(dateOf("Tue, 2 Jan 2024 12:00:00 GMT"), noon);
+    EXPECT_EQ(dateOf("Tue, 2 Jan 2024 07:00:00 EST"), noon);
+    EXPECT_EQ(dateOf("2 Jan 2024 12:00:00 UT"), noon);
+    EXPECT_EQ(dateOf("Tue,  2 Jan 2024   13:00:00   +0100"), noon);
+    EXPECT_EQ(dateOf("Tue, 02 Jan 2024 12:00:00 -0000"), noon);
+    // A day the month does not have is not taken as another day.
+    const std::optional<qint64> february = dateOf("30 Feb 2024 12:00:00 +0000");
+    EXPECT_NE(february, QDateTime(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC).toSecsSinceEpoch());
 }
 
 }  // namespace
