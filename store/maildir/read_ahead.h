@@ -53,13 +53,18 @@ class ReadAhead {
         }
         if (reached_.load(std::memory_order_relaxed) < i + 1) {
             reached_.store(i + 1);
-            reached_.notify_one();
+            // A wake-up is a system call: made only when the thread waits for the caller.
+            if (threadWaits_.load()) {
+                reached_.notify_one();
+            }
         }
         std::atomic<std::uint8_t>& state = states_[i];
         std::uint8_t now = state.load(std::memory_order_acquire);
         for (;;) {
             if (now == kWorking) {
-                state.wait(kWorking, std::memory_order_acquire);
+                callerWaits_.store(true);
+                state.wait(kWorking);
+                callerWaits_.store(false);
                 now = state.load(std::memory_order_acquire);
             } else if (now == kWaiting) {
                 if (state.compare_exchange_weak(now, kClaimed, std::memory_order_acq_rel)) {
@@ -83,7 +88,9 @@ class ReadAhead {
         for (std::size_t i = 0; i < count_ && !stop_.load(std::memory_order_relaxed); ++i) {
             for (std::size_t reached = reached_.load(); i >= reached + lead_ && !stop_.load();
                  reached = reached_.load()) {
+                threadWaits_.store(true);
                 reached_.wait(reached);
+                threadWaits_.store(false);
             }
             std::uint8_t waiting = kWaiting;
             if (!states_[i].compare_exchange_strong(waiting, kWorking, std::memory_order_acq_rel)) {
@@ -98,8 +105,10 @@ class ReadAhead {
             if (result) {
                 results_[i] = std::move(*result);
             }
-            states_[i].store(result ? kDone : kFailed, std::memory_order_release);
-            states_[i].notify_all();
+            states_[i].store(result ? kDone : kFailed);
+            if (callerWaits_.load()) {
+                states_[i].notify_all();
+            }
         }
     }
 
@@ -110,6 +119,10 @@ class ReadAhead {
     std::vector<Result> results_;  // written before the job's state becomes kDone
     std::atomic<std::size_t> reached_{0};
     std::atomic<bool> stop_{false};
+    // Set while one side sleeps on the other; each stores its news before it reads the other's
+    // flag, and sets its flag before it looks at the news, so no wake-up is ever missed.
+    std::atomic<bool> threadWaits_{false};
+    std::atomic<bool> callerWaits_{false};
     std::thread thread_;
 };
 
