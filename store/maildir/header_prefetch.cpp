@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <cerrno>
+#include <thread>
 
 namespace tf::store::maildir {
 
@@ -27,8 +28,11 @@ HeaderPrefetch::HeaderPrefetch(int curDir, int newDir, std::vector<Wanted> wante
     }
     // GMime sets itself up once, before a second thread could race to do so.
     parseHeaders(QByteArray());
+    // Two readers: one thread's opens and reads leave the other core idle while the window's
+    // thread digests what they read.
+    const unsigned readers = std::thread::hardware_concurrency() >= 2 ? 2 : 1;
     reader_.emplace(
-        wanted_.size(), [this](std::size_t i) { return read(wanted_[i]); }, kLead);
+        wanted_.size(), [this](std::size_t i) { return read(wanted_[i]); }, kLead, readers);
 }
 
 HeaderPrefetch::~HeaderPrefetch() {

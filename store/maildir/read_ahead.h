@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -10,20 +11,21 @@
 #include <utility>
 #include <vector>
 
-// Works through a list of read-only jobs on a thread of its own, in the order the caller will
-// want their results, so that the caller mostly finds them done. The caller never depends on it:
-// a job the thread has not started when the caller comes to it is claimed by the caller, who does
-// it itself, and the thread passes it over. The thread stays at most `lead` jobs ahead of the
-// caller, so that it never holds a large share of the results at once.
+// Works through a list of read-only jobs on threads of its own, in the order the caller will
+// want their results, so that the caller mostly finds them done. The caller never depends on
+// them: a job no thread has started when the caller comes to it is claimed by the caller, who
+// does it itself, and the threads pass it over. The threads stay at most `lead` jobs ahead of
+// the caller, so that they never hold a large share of the results at once.
 namespace tf::store::maildir {
 
 template <typename Result>
 class ReadAhead {
   public:
-    // produce(i) does job i; nothing when the caller should do it itself. It runs on the thread
-    // and must touch nothing the caller's thread uses.
+    // produce(i) does job i; nothing when the caller should do it itself. It runs on the
+    // threads, at the same time for different jobs, and must touch nothing the caller's thread
+    // uses.
     ReadAhead(std::size_t count, std::function<std::optional<Result>(std::size_t)> produce,
-              std::size_t lead)
+              std::size_t lead, unsigned threads = 1)
         : count_(count),
           lead_(lead),
           produce_(std::move(produce)),
@@ -32,14 +34,18 @@ class ReadAhead {
         for (std::size_t i = 0; i < count; ++i) {
             states_[i].store(kWaiting, std::memory_order_relaxed);
         }
-        thread_ = std::thread([this] { run(); });
+        for (unsigned t = 0; t < std::max(threads, 1U); ++t) {
+            threads_.emplace_back([this] { run(); });
+        }
     }
 
     ~ReadAhead() {
         stop_.store(true);
         reached_.fetch_add(lead_);  // wakes a thread that waits for the caller
         reached_.notify_all();
-        thread_.join();
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
     }
 
     ReadAhead(const ReadAhead&) = delete;
@@ -53,9 +59,9 @@ class ReadAhead {
         }
         if (reached_.load(std::memory_order_relaxed) < i + 1) {
             reached_.store(i + 1);
-            // A wake-up is a system call: made only when the thread waits for the caller.
-            if (threadWaits_.load()) {
-                reached_.notify_one();
+            // A wake-up is a system call: made only when a thread waits for the caller.
+            if (threadsWaiting_.load() > 0) {
+                reached_.notify_all();
             }
         }
         std::atomic<std::uint8_t>& state = states_[i];
@@ -85,12 +91,13 @@ class ReadAhead {
     enum State : std::uint8_t { kWaiting, kWorking, kDone, kFailed, kClaimed };
 
     void run() {
-        for (std::size_t i = 0; i < count_ && !stop_.load(std::memory_order_relaxed); ++i) {
+        for (std::size_t i = next_.fetch_add(1);
+             i < count_ && !stop_.load(std::memory_order_relaxed); i = next_.fetch_add(1)) {
             for (std::size_t reached = reached_.load(); i >= reached + lead_ && !stop_.load();
                  reached = reached_.load()) {
-                threadWaits_.store(true);
+                threadsWaiting_.fetch_add(1);
                 reached_.wait(reached);
-                threadWaits_.store(false);
+                threadsWaiting_.fetch_sub(1);
             }
             std::uint8_t waiting = kWaiting;
             if (!states_[i].compare_exchange_strong(waiting, kWorking, std::memory_order_acq_rel)) {
@@ -118,12 +125,13 @@ class ReadAhead {
     std::unique_ptr<std::atomic<std::uint8_t>[]> states_;
     std::vector<Result> results_;  // written before the job's state becomes kDone
     std::atomic<std::size_t> reached_{0};
+    std::atomic<std::size_t> next_{0};  // the next job a thread takes up
     std::atomic<bool> stop_{false};
     // Set while one side sleeps on the other; each stores its news before it reads the other's
     // flag, and sets its flag before it looks at the news, so no wake-up is ever missed.
-    std::atomic<bool> threadWaits_{false};
+    std::atomic<int> threadsWaiting_{0};
     std::atomic<bool> callerWaits_{false};
-    std::thread thread_;
+    std::vector<std::thread> threads_;
 };
 
 }  // namespace tf::store::maildir

@@ -46,7 +46,11 @@ bool eventually(Done done) {
 
 // ---- the read-ahead itself ----------------------------------------------------------------
 
-TEST(ReadAhead, GivesEachJobsResultOnceAndInItsPlace) {
+// Every rule holds whether one thread reads ahead or several.
+class ReadAheadThreads : public ::testing::TestWithParam<unsigned> {};
+INSTANTIATE_TEST_SUITE_P(OneOrMore, ReadAheadThreads, ::testing::Values(1U, 2U, 4U));
+
+TEST_P(ReadAheadThreads, GivesEachJobsResultOnceAndInItsPlace) {
     std::atomic<int> produced{0};
     ReadAhead<int> ahead(
         50,
@@ -54,7 +58,7 @@ TEST(ReadAhead, GivesEachJobsResultOnceAndInItsPlace) {
             ++produced;
             return std::optional<int>(static_cast<int>(i) * 7);
         },
-        100);
+        100, GetParam());
     ASSERT_TRUE(eventually([&] { return produced == 50; }));
     for (std::size_t i = 0; i < 50; ++i) {
         EXPECT_EQ(ahead.take(i), std::optional<int>(static_cast<int>(i) * 7)) << i;
@@ -63,7 +67,7 @@ TEST(ReadAhead, GivesEachJobsResultOnceAndInItsPlace) {
     EXPECT_EQ(ahead.take(50), std::nullopt);
 }
 
-TEST(ReadAhead, AJobTheCallerReachesFirstIsLeftToTheCallerAndNeverDone) {
+TEST_P(ReadAheadThreads, AJobTheCallerReachesFirstIsLeftToTheCallerAndNeverDone) {
     std::mutex mutex;
     std::condition_variable released;
     bool go = false;
@@ -76,7 +80,7 @@ TEST(ReadAhead, AJobTheCallerReachesFirstIsLeftToTheCallerAndNeverDone) {
             ++done[i];
             return std::optional<int>(1);
         },
-        100);
+        100, GetParam());
     // The thread is held at job 0: the caller comes to job 5 first and does it itself.
     EXPECT_EQ(ahead.take(5), std::nullopt);
     {
@@ -95,17 +99,19 @@ TEST(ReadAhead, AJobTheCallerReachesFirstIsLeftToTheCallerAndNeverDone) {
     }
 }
 
-TEST(ReadAhead, StaysWithinItsLeadOfTheCaller) {
+TEST_P(ReadAheadThreads, StaysWithinItsLeadOfTheCaller) {
     std::atomic<std::size_t> furthest{0};
     std::atomic<int> produced{0};
     ReadAhead<int> ahead(
         1000,
         [&](std::size_t i) {
-            furthest = std::max(furthest.load(), i);
+            for (std::size_t seen = furthest;
+                 seen < i && !furthest.compare_exchange_weak(seen, i);) {
+            }
             ++produced;
             return std::optional<int>(0);
         },
-        8);
+        8, GetParam());
     ASSERT_TRUE(eventually([&] { return produced == 8; }));
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(produced, 8);
@@ -116,7 +122,7 @@ TEST(ReadAhead, StaysWithinItsLeadOfTheCaller) {
     EXPECT_EQ(furthest, 28u);
 }
 
-TEST(ReadAhead, AJobThatFailsIsLeftToTheCaller) {
+TEST_P(ReadAheadThreads, AJobThatFailsIsLeftToTheCaller) {
     std::atomic<int> produced{0};
     ReadAhead<std::string> ahead(
         4,
@@ -130,7 +136,7 @@ TEST(ReadAhead, AJobThatFailsIsLeftToTheCaller) {
             }
             return std::to_string(i);
         },
-        10);
+        10, GetParam());
     ASSERT_TRUE(eventually([&] { return produced == 4; }));
     EXPECT_EQ(ahead.take(0), std::optional<std::string>("0"));
     EXPECT_EQ(ahead.take(1), std::nullopt);
@@ -138,7 +144,7 @@ TEST(ReadAhead, AJobThatFailsIsLeftToTheCaller) {
     EXPECT_EQ(ahead.take(3), std::optional<std::string>("3"));
 }
 
-TEST(ReadAhead, StopsSoonWhenDroppedWithMostJobsLeft) {
+TEST_P(ReadAheadThreads, StopsSoonWhenDroppedWithMostJobsLeft) {
     std::atomic<int> produced{0};
     const auto started = std::chrono::steady_clock::now();
     {
@@ -149,11 +155,34 @@ TEST(ReadAhead, StopsSoonWhenDroppedWithMostJobsLeft) {
                 std::this_thread::sleep_for(1ms);
                 return std::optional<int>(0);
             },
-            100000);
+            100000, GetParam());
         ASSERT_TRUE(eventually([&] { return produced > 0; }));
     }
     EXPECT_LT(produced, 100000);
     EXPECT_LT(std::chrono::steady_clock::now() - started, 5s);
+}
+
+TEST(ReadAhead, SeveralThreadsDoJobsSideBySide) {
+    // Job 0 finishes only once job 1 has started: one thread alone would never get there.
+    std::atomic<bool> secondStarted{false};
+    std::atomic<bool> overlapped{false};
+    std::atomic<int> produced{0};
+    ReadAhead<int> ahead(
+        2,
+        [&](std::size_t i) {
+            if (i == 1) {
+                secondStarted = true;
+            } else {
+                overlapped = eventually([&] { return secondStarted.load(); });
+            }
+            ++produced;
+            return std::optional<int>(static_cast<int>(i));
+        },
+        10, 2);
+    ASSERT_TRUE(eventually([&] { return produced == 2; }));
+    EXPECT_TRUE(overlapped);
+    EXPECT_EQ(ahead.take(0), std::optional<int>(0));
+    EXPECT_EQ(ahead.take(1), std::optional<int>(1));
 }
 
 // ---- read ahead in a Maildir tree -------------------------------------------------------------
