@@ -34,9 +34,9 @@ void MessageIndex::mark(std::size_t slot, int delta) {
     }
 }
 
-void MessageIndex::rebuild() {
+void MessageIndex::rebuild(std::size_t room) {
     std::vector<Slot> kept;
-    kept.reserve(live_ * 2 + 16);
+    kept.reserve(std::max(room, live_ * 2 + 16));
     for (Slot& slot : slots_) {
         if (slot.live) {
             slotOf_[stemOf(slot.entry.unique)] = kept.size();
@@ -117,6 +117,11 @@ void MessageIndex::merge(std::vector<IndexEntry> listing,
                                   : arrived[a.second].unique < arrived[b.second].unique;
     });
     slotOf_.reserve(slotOf_.size() + arrived.size());
+    // Room for all that arrived at once, instead of growing slot by slot: a folder read for the
+    // first time would otherwise be copied and indexed again at every doubling.
+    if (slots_.size() + arrived.size() + 1 >= live_tree_.size()) {
+        rebuild(slots_.size() + arrived.size() + arrived.size() / 2 + 16);
+    }
     for (const auto& [key, i] : order) {
         if (arriving) {
             arriving(arrived[i]);

@@ -48,7 +48,8 @@ class MessageIndex {
     // A Fenwick tree over the slots' live flags: the count of live slots up to a slot, and the
     // slot holding the n-th live message.
     void mark(std::size_t slot, int delta);
-    void rebuild();
+    // Drops dead slots and makes room for at least room slots.
+    void rebuild(std::size_t room = 0);
 
     std::vector<Slot> slots_;  // in order; dead slots stay until the next rebuild
     std::vector<int> live_tree_;
