@@ -304,6 +304,7 @@ void ImapMailboxes::readMessages(Mailbox& box) {
                 row.unread = !fetched.seen;
                 box.messages.append(std::move(row));
             }
+            yieldNow();
         }
         box.loaded = true;
     });
@@ -489,8 +490,10 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                 });
             } catch (const Failure& failure) {
                 noteFailed(key, subjects, failure.description());
+                yieldNow();
                 continue;
             }
+            yieldNow();
             Mailbox& trash = folders_[trashKey_];
             if (!trash.loaded) {
                 continue;
@@ -586,6 +589,7 @@ void ImapMailboxes::flushDeletes(const QByteArray& only) {
             } catch (const Failure& failure) {
                 noteFailed(key, subjects, failure.description());
             }
+            yieldNow();
         }
     }
 }

@@ -82,6 +82,10 @@ class ImapMailboxes {
     // Commands sent so far, for the benchmark.
     long commands() const { return connection_->commands(); }
 
+    // Called between the chunks of a long fetch and between queued commands, so that a window
+    // can run its events meanwhile (none: nothing is called).
+    void setYield(std::function<void()> yield) { yield_ = std::move(yield); }
+
   private:
     struct PendingMove {
         QString id;
@@ -116,7 +120,14 @@ class ImapMailboxes {
     void saveIds();
     void loadIds();
 
+    void yieldNow() const {
+        if (yield_) {
+            yield_();
+        }
+    }
+
     std::unique_ptr<ImapConnection> connection_;
+    std::function<void()> yield_;
     QString idFile_;
     Batching batching_;
     std::map<QByteArray, Mailbox> folders_;

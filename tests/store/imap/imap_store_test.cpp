@@ -423,6 +423,38 @@ TEST_F(ImapStoreTest, AGroupSendsOneCommandPerFewHundredMessages) {
     EXPECT_TRUE(check.messageIds("INBOX").isEmpty());
 }
 
+TEST_F(ImapStoreTest, LongFetchesAndQueuedCommandsLetTheWindowRunBetweenChunks) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 35, false);
+    Batching batching;
+    batching.messagesPerFetch = 10;  // four fetches: 10, 10, 10 and 5
+    batching.uidsPerCommand = 6;
+    int yields = 0;
+    long inboxRowsAtYield = -1;
+    std::shared_ptr<outlook::Items> inbox;
+    auto connection = std::make_unique<ImapConnection>(plainAccount(), [] { return "secret"; });
+    StorePtr store = openImapStore(std::move(connection), batching, [&] { ++yields; });
+    EXPECT_EQ(yields, 0);  // the folder list is one short command
+    inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), 35);
+    EXPECT_GE(yields, 3);
+    EXPECT_LE(yields, 4);
+
+    // Between the queued moves too: 20 messages, six to a command.
+    yields = 0;
+    store->beginChanges();
+    for (int i = 0; i < 20; ++i) {
+        inbox->Item(1)->Delete();
+        inboxRowsAtYield = yields > 0 && inboxRowsAtYield < 0 ? inbox->Count() : inboxRowsAtYield;
+    }
+    store->endChanges();
+    EXPECT_GE(yields, 4);
+    // The first yield came while the group was still being queued, not only at its end.
+    EXPECT_GT(inboxRowsAtYield, 15);
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("Trash").size(), 20);
+}
+
 TEST_F(ImapStoreTest, MessagesAnotherClientExpungedFailOneByOneAndTheRunGoesOn) {
     ASSERT_TRUE(startServer());
     fill("INBOX", 5, false);
