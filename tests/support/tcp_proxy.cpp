@@ -89,7 +89,8 @@ void TcpProxy::resetCounters() {
     bytesToClient_ = 0;
 }
 
-void TcpProxy::cutAfter(std::int64_t bytes) {
+void TcpProxy::cutAfter(std::int64_t bytes, Counting counting) {
+    cutCountsToServerOnly_ = counting == Counting::ToServerOnly;
     cutBudget_ = std::max<std::int64_t>(bytes, 0);
     wake();
 }
@@ -184,7 +185,8 @@ void TcpProxy::run() {
             // Due data: write as much as the socket takes and the cut budget allows.
             Chunk& chunk = d->queue.front();
             std::size_t length = chunk.bytes.size() - chunk.sent;
-            const std::int64_t budget = cutBudget_;
+            const std::int64_t budget =
+                d->toServer || !cutCountsToServerOnly_ ? cutBudget_.load() : -1;
             if (budget >= 0) {
                 length = std::min<std::size_t>(length, static_cast<std::size_t>(budget));
             }

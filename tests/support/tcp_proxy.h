@@ -31,9 +31,12 @@ class TcpProxy {
     int connectionsAccepted() const { return accepted_; }
     void resetCounters();
 
-    // Once `bytes` more bytes (both ways together) have been forwarded, every open connection
-    // is closed at once; the bytes beyond that are never delivered.
-    void cutAfter(std::int64_t bytes);
+    // Which bytes a cut after some bytes counts.
+    enum class Counting { BothWays, ToServerOnly };
+    // Once `bytes` more bytes have been forwarded, every open connection is closed at once; the
+    // bytes beyond that are never delivered. Counting only the client's bytes puts the cut at a
+    // known place inside a command, whatever the server answered before.
+    void cutAfter(std::int64_t bytes, Counting counting = Counting::BothWays);
     // Closes every open connection now.
     void cutNow();
     // How many times connections were cut.
@@ -51,6 +54,7 @@ class TcpProxy {
     std::atomic<bool> stop_{false};
     std::atomic<bool> cutRequested_{false};
     std::atomic<std::int64_t> cutBudget_{-1};
+    std::atomic<bool> cutCountsToServerOnly_{false};
     std::atomic<std::int64_t> roundTrips_{0};
     std::atomic<std::int64_t> bytesToServer_{0};
     std::atomic<std::int64_t> bytesToClient_{0};

@@ -590,6 +590,25 @@ TEST_F(ImapStoreTest, AConnectionCutInTheMiddleOfARunIsMadeAgainAndNothingIsLost
     EXPECT_EQ(check.messageIds("Trash").size(), 100);
     EXPECT_EQ(inbox->Count(), 200);
     EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 100);
+
+    // Now inside a command: every other message, so that the UID MOVE line is long, cut when
+    // the client has sent 100 bytes of the SELECT and the move.
+    proxy.cutAfter(100, testing::TcpProxy::Counting::ToServerOnly);
+    store->beginChanges();
+    for (long position = 1; position <= 40; ++position) {
+        inbox->Item(position)->Delete();  // the next one moves up to `position`, and stays
+    }
+    store->endChanges();
+    EXPECT_EQ(proxy.cuts(), 2);
+    EXPECT_EQ(proxy.connectionsAccepted(), 3);
+    const std::multiset<QString> after = everyMessageId(server_->imapPort());
+    EXPECT_EQ(after.size(), 300u);
+    EXPECT_EQ(std::set<QString>(after.begin(), after.end()).size(), 300u);
+    EXPECT_EQ(check.messageIds("INBOX").size(), 160);
+    EXPECT_EQ(check.messageIds("Trash").size(), 140);
+    // The ones left are the even ones of those the first part left.
+    EXPECT_EQ(check.messageIds("INBOX").first(), QStringLiteral("<INBOX-102@example.org>"));
+    EXPECT_EQ(inbox->Count(), 160);
 }
 
 // --- The Open Store dialog's server kind ----------------------------------------------------
