@@ -285,6 +285,7 @@ void ImapMailboxes::readMessages(Mailbox& box) {
         const SelectedMailbox selected = connection_->select(box.key);
         box.messages.clear();
         box.uidValidity = selected.uidValidity;
+        box.uidNext = selected.uidNext;
         for (std::uint32_t first = 1; first <= selected.exists;
              first += batching_.messagesPerFetch) {
             const std::uint32_t last =
@@ -477,16 +478,22 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             }
             CopiedUids copied;
             const long reconnectsBefore = reconnects_;
+            // Without MOVE: the copy is kept across a reconnect, so that only the flagging and
+            // the expunge are sent again.
+            std::optional<CopiedUids> copiedBefore;
+            bool copySent = false;
             try {
                 copied = withReconnect([&] {
                     selectChecked(box);
                     if (canMove_) {
                         return connection_->move(uids, trashKey_);
                     }
-                    CopiedUids result = connection_->copy(uids, trashKey_);
+                    if (!copiedBefore) {
+                        copiedBefore = copyToTrash(box, uids, copySent);
+                    }
                     connection_->markDeleted(uids);
                     connection_->expunge(uids);
-                    return result;
+                    return *copiedBefore;
                 });
             } catch (const Failure& failure) {
                 noteFailed(key, subjects, failure.description());
@@ -543,6 +550,56 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             }
         }
     }
+}
+
+CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids, bool& sentBefore) {
+    CopiedUids there;
+    UidList rest = uids;
+    if (sentBefore) {
+        there = alreadyInTrash(box, uids);
+        std::set<Uid> arrived;
+        for (const auto& [from, to] : there.pairs) {
+            arrived.insert(from);
+        }
+        rest.erase(std::remove_if(rest.begin(), rest.end(),
+                                  [&arrived](Uid uid) { return arrived.count(uid) != 0; }),
+                   rest.end());
+    }
+    sentBefore = true;
+    if (rest.empty()) {
+        return there;
+    }
+    CopiedUids copied = connection_->copy(rest, trashKey_);
+    if (!there.pairs.empty() && copied.uidValidity == there.uidValidity) {
+        copied.pairs.insert(copied.pairs.end(), there.pairs.begin(), there.pairs.end());
+    }
+    return copied;
+}
+
+CopiedUids ImapMailboxes::alreadyInTrash(Mailbox& box, const UidList& uids) {
+    // Enough to tell messages apart; a copy keeps the headers and the arrival time.
+    const QByteArray fields = "MESSAGE-ID DATE FROM TO SUBJECT";
+    const std::vector<FetchedMessage> sources = connection_->fetchHeadersByUid(uids, fields);
+    const Mailbox& trash = folders_[trashKey_];
+    const SelectedMailbox selected = connection_->select(trashKey_);
+    // UIDs only grow: what came since Deleted Items was read has UIDs from its UIDNEXT then on.
+    const Uid since =
+        selected.uidValidity == trash.uidValidity && trash.uidNext > 0 ? trash.uidNext : 1;
+    std::multimap<std::pair<qint64, QByteArray>, Uid> arrived;
+    for (FetchedMessage& message : connection_->fetchHeadersFrom(since, fields)) {
+        arrived.emplace(std::pair(message.internalDate, std::move(message.headers)), message.uid);
+    }
+    CopiedUids found;
+    found.uidValidity = selected.uidValidity;
+    for (const FetchedMessage& source : sources) {
+        const auto match = arrived.find(std::pair(source.internalDate, source.headers));
+        if (match != arrived.end()) {
+            found.pairs.emplace_back(source.uid, match->second);
+            arrived.erase(match);
+        }
+    }
+    selectChecked(box);
+    return found;
 }
 
 void ImapMailboxes::flushDeletes(const QByteArray& only) {

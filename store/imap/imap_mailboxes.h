@@ -27,6 +27,7 @@ struct Mailbox {
     // The messages, read on first use; stale after a failed change, read again then.
     bool loaded = false;
     std::uint32_t uidValidity = 0;
+    std::uint32_t uidNext = 0;  // when it was read
     MessageList messages;
 };
 
@@ -110,6 +111,13 @@ class ImapMailboxes {
     void requireWritable();
     QString newIdFor(const Mailbox& box, Uid uid) const;
     void flushMoves(const QByteArray& folder);
+    // Copies the messages of the selected folder to Deleted Items for a server without MOVE.
+    // When an earlier attempt was sent and its answer lost, copies only those that did not
+    // arrive: a retry never puts a message there twice.
+    CopiedUids copyToTrash(Mailbox& box, const UidList& uids, bool& sentBefore);
+    // Which of these messages already lie in Deleted Items, found by their headers and arrival
+    // time among those that came there since it was read; each with its UID there.
+    CopiedUids alreadyInTrash(Mailbox& box, const UidList& uids);
     void flushDeletes(const QByteArray& folder);
     void flushAll();
     // A command that failed: its messages are read again from the server (where they still

@@ -95,6 +95,20 @@ void TcpProxy::cutAfter(std::int64_t bytes, Counting counting) {
     wake();
 }
 
+void TcpProxy::cutAfterText(const QByteArray& text, Toward toward) {
+    const std::lock_guard<std::mutex> lock(cutTextLock_);
+    cutText_ = text;
+    cutTextToServer_ = toward == Toward::Server;
+    cutTextDelivered_ = true;
+}
+
+void TcpProxy::cutInsteadOfText(const QByteArray& text, Toward toward) {
+    const std::lock_guard<std::mutex> lock(cutTextLock_);
+    cutText_ = text;
+    cutTextToServer_ = toward == Toward::Server;
+    cutTextDelivered_ = false;
+}
+
 void TcpProxy::cutNow() {
     cutRequested_ = true;
     wake();
@@ -109,6 +123,18 @@ void TcpProxy::wake() {
 
 void TcpProxy::run() {
     std::list<Link> links;
+    // Whether the text cut asked for falls on this chunk, at this moment (before it is sent, or
+    // once it is sent whole); a cut happens once.
+    const auto cutsAt = [this](const Chunk& chunk, bool toServer, bool delivered) {
+        const std::lock_guard<std::mutex> lock(cutTextLock_);
+        if (cutText_.isEmpty() || cutTextToServer_ != toServer || cutTextDelivered_ != delivered ||
+            !QByteArrayView(chunk.bytes.data(), static_cast<qsizetype>(chunk.bytes.size()))
+                 .contains(QByteArrayView(cutText_))) {
+            return false;
+        }
+        cutText_.clear();
+        return true;
+    };
     const auto cutAll = [&] {
         for (Link& link : links) {
             link.broken = true;
@@ -184,6 +210,10 @@ void TcpProxy::run() {
             }
             // Due data: write as much as the socket takes and the cut budget allows.
             Chunk& chunk = d->queue.front();
+            if (chunk.sent == 0 && cutsAt(chunk, d->toServer, false)) {
+                cutAll();
+                break;
+            }
             std::size_t length = chunk.bytes.size() - chunk.sent;
             const std::int64_t budget =
                 d->toServer || !cutCountsToServerOnly_ ? cutBudget_.load() : -1;
@@ -210,7 +240,12 @@ void TcpProxy::run() {
                 break;
             }
             if (chunk.sent == chunk.bytes.size()) {
+                const bool cutHere = cutsAt(chunk, d->toServer, true);
                 d->queue.pop_front();
+                if (cutHere) {
+                    cutAll();
+                    break;
+                }
             }
         }
 

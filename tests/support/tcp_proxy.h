@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <thread>
 
 namespace tf::testing {
@@ -37,6 +39,13 @@ class TcpProxy {
     // bytes beyond that are never delivered. Counting only the client's bytes puts the cut at a
     // known place inside a command, whatever the server answered before.
     void cutAfter(std::int64_t bytes, Counting counting = Counting::BothWays);
+    // When a piece of data holding `text` is due to be forwarded the given way, every open
+    // connection is closed: after it has been forwarded whole (e.g. right after the server's OK
+    // to a command), or instead of forwarding it (the server did the command, the client never
+    // hears so).
+    enum class Toward { Server, Client };
+    void cutAfterText(const QByteArray& text, Toward toward);
+    void cutInsteadOfText(const QByteArray& text, Toward toward);
     // Closes every open connection now.
     void cutNow();
     // How many times connections were cut.
@@ -55,6 +64,10 @@ class TcpProxy {
     std::atomic<bool> cutRequested_{false};
     std::atomic<std::int64_t> cutBudget_{-1};
     std::atomic<bool> cutCountsToServerOnly_{false};
+    std::mutex cutTextLock_;
+    QByteArray cutText_;  // empty: none
+    bool cutTextToServer_ = false;
+    bool cutTextDelivered_ = true;
     std::atomic<std::int64_t> roundTrips_{0};
     std::atomic<std::int64_t> bytesToServer_{0};
     std::atomic<std::int64_t> bytesToClient_{0};

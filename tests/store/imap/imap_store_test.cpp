@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QSet>
 #include <QSettings>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -66,6 +67,16 @@ QStringList subjectsOf(const FolderPtr& folder) {
         out << items->Item(i)->Subject();
     }
     return out;
+}
+
+// Every Message-ID of the mailbox and Trash together, each as often as it is there.
+std::multiset<QString> everyMessageId(quint16 port) {
+    testing::ImapTestClient check(port);
+    std::multiset<QString> all;
+    for (const QString& id : check.messageIds("INBOX") + check.messageIds("Trash")) {
+        all.insert(id);
+    }
+    return all;
 }
 
 class ImapStoreTest : public ::testing::Test {
@@ -376,6 +387,62 @@ TEST_F(ImapStoreTest, WithoutMoveMessagesAreCopiedAndOnlyTheirOwnUidsExpunged) {
     EXPECT_EQ(check.messageIds("Trash"), QStringList{QStringLiteral("<INBOX-2@example.org>")});
 }
 
+TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItemsTwice) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 40, false);
+    struct Cut {
+        const char* where;
+        QByteArray text;
+        testing::TcpProxy::Toward toward;
+        bool delivered;
+    };
+    using Toward = testing::TcpProxy::Toward;
+    // Right after the server's OK to the copy; instead of that OK, so the client cannot know
+    // that the copy was made; and as the copy reaches the server, which may or may not make it.
+    const Cut cuts[] = {{"after the OK", "[COPYUID", Toward::Client, true},
+                        {"instead of the OK", "[COPYUID", Toward::Client, false},
+                        {"with the command", "UID COPY", Toward::Server, true}};
+    int round = 0;
+    for (const Cut& cut : cuts) {
+        SCOPED_TRACE(cut.where);
+        ++round;
+        testing::TcpProxy proxy(server_->imapPort());
+        ImapAccount account = plainAccount();
+        account.port = proxy.port();
+        Batching batching;
+        batching.uidsPerCommand = 10;
+        StorePtr store = open(account, batching, "secret", 5);
+        auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+        FolderPtr deleted = store->GetDefaultFolder(outlook::olFolderDeletedItems);
+        ASSERT_EQ(deleted->Items()->Count(), (round - 1) * 10);
+        if (cut.delivered) {
+            proxy.cutAfterText(cut.text, cut.toward);
+        } else {
+            proxy.cutInsteadOfText(cut.text, cut.toward);
+        }
+        store->beginChanges();
+        for (int i = 0; i < 10; ++i) {
+            inbox->Item(1)->Delete();
+        }
+        store->endChanges();
+        EXPECT_EQ(proxy.cuts(), 1);
+
+        testing::ImapTestClient check(server_->imapPort());
+        const QStringList trash = check.messageIds("Trash");
+        EXPECT_EQ(trash.size(), round * 10);
+        EXPECT_EQ(QSet<QString>(trash.begin(), trash.end()).size(), round * 10);
+        EXPECT_EQ(check.messageIds("INBOX").size(), 40 - round * 10);
+        const std::multiset<QString> all = everyMessageId(server_->imapPort());
+        EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 40u);
+        EXPECT_EQ(all.size(), 40u);
+        // The store agrees with the server.
+        EXPECT_EQ(inbox->Count(), 40 - round * 10);
+        EXPECT_EQ(deleted->Items()->Count(), round * 10);
+    }
+}
+
 TEST_F(ImapStoreTest, WithoutMoveAndUidplusTheStoreIsReadOnlyAndSaysWhyOnce) {
     testing::DovecotOptions options;
     options.capability = QStringLiteral("IMAP4rev1 LITERAL+");
@@ -509,16 +576,6 @@ TEST_F(ImapStoreTest, AFolderRenumberedSinceItWasReadIsReadAfreshAndNothingInItC
     EXPECT_TRUE(check.messageIds("Trash").isEmpty());
     // Read afresh: the folder shows what the server holds now.
     EXPECT_EQ(work->Items()->Count(), 2);
-}
-
-// Every Message-ID of the mailbox and Trash together, each as often as it is there.
-std::multiset<QString> everyMessageId(quint16 port) {
-    testing::ImapTestClient check(port);
-    std::multiset<QString> all;
-    for (const QString& id : check.messageIds("INBOX") + check.messageIds("Trash")) {
-        all.insert(id);
-    }
-    return all;
 }
 
 TEST_F(ImapStoreTest, AServerKilledInTheMiddleOfARunLosesAndDuplicatesNothing) {

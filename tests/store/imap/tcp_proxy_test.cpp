@@ -234,6 +234,29 @@ TEST(TcpProxyTest, CutsAfterTheClientsBytesAloneWhenAsked) {
     ::close(fd);
 }
 
+TEST(TcpProxyTest, CutsAfterOrInsteadOfTheDataThatHoldsAText) {
+    EchoServer server;
+    TcpProxy proxy(server.port());
+    for (bool delivered : {true, false}) {
+        SCOPED_TRACE(delivered ? "after" : "instead");
+        const int fd = connectTo(proxy.port());
+        ASSERT_GE(fd, 0);
+        EXPECT_EQ(receive(fd, 6), "* OK\r\n");
+        if (delivered) {
+            proxy.cutAfterText("a2 OK", TcpProxy::Toward::Client);
+        } else {
+            proxy.cutInsteadOfText("a2 OK", TcpProxy::Toward::Client);
+        }
+        // On its way to the server the text does not count.
+        sendAll(fd, "a1 NOOP\r\n");
+        EXPECT_EQ(receive(fd, 9), "a1 NOOP\r\n");
+        sendAll(fd, "a2 OK done\r\n");
+        EXPECT_EQ(receive(fd, 100), delivered ? "a2 OK done\r\n" : "");
+        ::close(fd);
+    }
+    EXPECT_EQ(proxy.cuts(), 2);
+}
+
 TEST(TcpProxyTest, ACutInTheMiddleOfACommandLetsLaterConnectionsThrough) {
     EchoServer server;
     TcpProxy proxy(server.port(), 20ms);
