@@ -222,6 +222,20 @@ void ImapMailboxes::readFolders() {
     if (!special[2].isEmpty()) {
         folders_[special[2]].defaultFolder = outlook::olFolderDrafts;
     }
+    // In caption order as the other stores show them, the Inbox first.
+    for (auto& [key, box] : folders_) {
+        std::sort(box.children.begin(), box.children.end(),
+                  [this](const QByteArray& a, const QByteArray& b) {
+                      const Mailbox& left = folders_.at(a);
+                      const Mailbox& right = folders_.at(b);
+                      const bool leftInbox = left.defaultFolder == outlook::olFolderInbox;
+                      if (leftInbox != (right.defaultFolder == outlook::olFolderInbox)) {
+                          return leftInbox;
+                      }
+                      const int byName = left.name.compare(right.name, Qt::CaseInsensitive);
+                      return byName != 0 ? byName < 0 : a < b;
+                  });
+    }
 }
 
 void ImapMailboxes::ensureTrash() {

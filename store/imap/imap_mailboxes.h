@@ -23,7 +23,7 @@ struct Mailbox {
     QString name;  // as the user sees it
     long defaultFolder = 0;
     bool noSelect = false;
-    std::vector<QByteArray> children;  // in the server's LIST order
+    std::vector<QByteArray> children;  // the Inbox first, then by name as shown
     // The messages, read on first use; stale after a failed change, read again then.
     bool loaded = false;
     std::uint32_t uidValidity = 0;

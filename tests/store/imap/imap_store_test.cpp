@@ -317,6 +317,35 @@ TEST_F(ImapStoreTest, FoldersShowWithTheirOwnNamesNestedByTheDelimiter) {
     }
 }
 
+TEST_F(ImapStoreTest, FoldersComeInCaptionOrderWithTheInboxFirst) {
+    testing::DovecotOptions options;
+    options.separator = QStringLiteral("/");
+    ASSERT_TRUE(startServer(options));
+    for (const QByteArray& name :
+         {QByteArray("Newsletters"), QByteArray("Projects"), QByteArray("zebra"),
+          QByteArray("Archive"), QByteArray("Projects/2024"), QByteArray("Projects/alpha"),
+          QByteArray("Projects/2023"), QByteArray("Projects/Beta")}) {
+        fill(name, 0);
+    }
+    StorePtr store = open(plainAccount());
+    QStringList top;
+    auto folders = store->TopFolder()->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        top << folders->Item(i)->Name();
+    }
+    // Deleted Items sorts by the name it shows, not by the server's "Trash".
+    EXPECT_EQ(top, (QStringList{QStringLiteral("Inbox"), QStringLiteral("Archive"),
+                                QStringLiteral("Deleted Items"), QStringLiteral("Newsletters"),
+                                QStringLiteral("Projects"), QStringLiteral("zebra")}));
+    QStringList below;
+    auto projects = childNamed(store->TopFolder(), QStringLiteral("Projects"))->Folders();
+    for (long i = 1; i <= projects->Count(); ++i) {
+        below << projects->Item(i)->Name();
+    }
+    EXPECT_EQ(below, (QStringList{QStringLiteral("2023"), QStringLiteral("2024"),
+                                  QStringLiteral("alpha"), QStringLiteral("Beta")}));
+}
+
 TEST_F(ImapStoreTest, AGmailLikeLayoutUsesItsTrashAndMakesNoOther) {
     testing::DovecotOptions options;
     options.separator = QStringLiteral("/");
