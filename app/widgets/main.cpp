@@ -114,11 +114,14 @@ int main(int argc, char* argv[]) {
     tf::PasswordDialog passwordDialog;
     // A server's long fetches let the window repaint and take its Cancel click meanwhile.
     tf::QtYield serverYield;
-    tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath(),
-                                         {&keyring, &passwordDialog, [&] { serverYield.yield(); }});
+    // A password typed in the Open Store window signs in once, ahead of the keyring.
+    tf::store::imap::TypedPasswords typedPasswords(&keyring);
+    tf::store::LocatorStoreOpener opener(
+        tf::store::defaultStorePath(),
+        {&typedPasswords, &passwordDialog, [&] { serverYield.yield(); }});
     tf::RememberedStores remembered;
     tf::OpenStores stores(opener, remembered, options.stores);
-    tf::store::imap::ImapServerBackend server;
+    tf::store::imap::ImapServerBackend server(&typedPasswords);
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, stores, server);
