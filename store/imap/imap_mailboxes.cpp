@@ -495,7 +495,6 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             // Without MOVE: the copy is kept across a reconnect, so that only the flagging and
             // the expunge are sent again.
             std::optional<CopiedUids> copiedBefore;
-            bool copySent = false;
             try {
                 copied = withReconnect([&] {
                     selectChecked(box);
@@ -503,10 +502,13 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                         return connection_->move(uids, trashKey_);
                     }
                     if (!copiedBefore) {
-                        copiedBefore = copyToTrash(box, uids, copySent);
+                        copiedBefore = copyToTrash(box, uids);
                     }
                     connection_->markDeleted(uids);
                     connection_->expunge(uids);
+                    for (Uid uid : uids) {
+                        copiesUnconfirmed_.erase({key, uid});
+                    }
                     return *copiedBefore;
                 });
             } catch (const Failure& failure) {
@@ -543,6 +545,10 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                 if (row != nullptr) {
                     row->uid = to->second;
                 }
+                // A copy left by a failed run was read as a message of its own; it is this one.
+                if (const QString readAsOwn = newIdFor(trash, to->second); readAsOwn != move.id) {
+                    trash.messages.erase(readAsOwn);
+                }
                 rememberId(newIdFor(trash, to->second), move.id);
                 for (PendingDelete& waiting : deletes_[trashKey_]) {
                     if (waiting.id == move.id) {
@@ -566,11 +572,26 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
     }
 }
 
-CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids, bool& sentBefore) {
+CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids) {
     CopiedUids there;
     UidList rest = uids;
-    if (sentBefore) {
-        there = alreadyInTrash(box, uids);
+    std::optional<TrashMark> earliest;
+    for (Uid uid : uids) {
+        const auto found = copiesUnconfirmed_.find({box.key, uid});
+        if (found == copiesUnconfirmed_.end()) {
+            continue;
+        }
+        const TrashMark& mark = found->second;
+        if (!earliest) {
+            earliest = mark;
+        } else if (mark.uidValidity != earliest->uidValidity) {
+            earliest = TrashMark{};  // from the first UID on
+        } else {
+            earliest->from = std::min(earliest->from, mark.from);
+        }
+    }
+    if (earliest) {
+        there = alreadyInTrash(box, uids, *earliest);
         std::set<Uid> arrived;
         for (const auto& [from, to] : there.pairs) {
             arrived.insert(from);
@@ -579,9 +600,14 @@ CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids, bool& s
                                   [&arrived](Uid uid) { return arrived.count(uid) != 0; }),
                    rest.end());
     }
-    sentBefore = true;
     if (rest.empty()) {
         return there;
+    }
+    const Mailbox& trash = folders_[trashKey_];
+    const TrashMark before =
+        trash.uidNext > 0 ? TrashMark{trash.uidValidity, trash.uidNext} : TrashMark{};
+    for (Uid uid : rest) {
+        copiesUnconfirmed_.try_emplace({box.key, uid}, before);
     }
     CopiedUids copied = connection_->copy(rest, trashKey_);
     if (!there.pairs.empty() && copied.uidValidity == there.uidValidity) {
@@ -590,17 +616,16 @@ CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids, bool& s
     return copied;
 }
 
-CopiedUids ImapMailboxes::alreadyInTrash(Mailbox& box, const UidList& uids) {
+CopiedUids ImapMailboxes::alreadyInTrash(Mailbox& box, const UidList& uids,
+                                         const TrashMark& since) {
     // Enough to tell messages apart; a copy keeps the headers and the arrival time.
     const QByteArray fields = "MESSAGE-ID DATE FROM TO SUBJECT";
     const std::vector<FetchedMessage> sources = connection_->fetchHeadersByUid(uids, fields);
-    const Mailbox& trash = folders_[trashKey_];
     const SelectedMailbox selected = connection_->select(trashKey_);
-    // UIDs only grow: what came since Deleted Items was read has UIDs from its UIDNEXT then on.
-    const Uid since =
-        selected.uidValidity == trash.uidValidity && trash.uidNext > 0 ? trash.uidNext : 1;
+    // UIDs only grow: a copy made since then has a UID from the mark on.
+    const Uid from = selected.uidValidity == since.uidValidity ? since.from : 1;
     std::multimap<std::pair<qint64, QByteArray>, Uid> arrived;
-    for (FetchedMessage& message : connection_->fetchHeadersFrom(since, fields)) {
+    for (FetchedMessage& message : connection_->fetchHeadersFrom(from, fields)) {
         arrived.emplace(std::pair(message.internalDate, std::move(message.headers)), message.uid);
     }
     CopiedUids found;

@@ -111,13 +111,20 @@ class ImapMailboxes {
     void requireWritable();
     QString newIdFor(const Mailbox& box, Uid uid) const;
     void flushMoves(const QByteArray& folder);
+    // Where Deleted Items stood before a copy was sent: its UIDVALIDITY and a UID no copy made
+    // then can lie below.
+    struct TrashMark {
+        std::uint32_t uidValidity = 0;
+        Uid from = 1;
+    };
     // Copies the messages of the selected folder to Deleted Items for a server without MOVE.
-    // When an earlier attempt was sent and its answer lost, copies only those that did not
-    // arrive: a retry never puts a message there twice.
-    CopiedUids copyToTrash(Mailbox& box, const UidList& uids, bool& sentBefore);
+    // When a copy of any of them may have been made before (its answer lost, or its messages
+    // not yet expunged after a failure), copies only those that did not arrive: Deleted Items
+    // never gets a message twice.
+    CopiedUids copyToTrash(Mailbox& box, const UidList& uids);
     // Which of these messages already lie in Deleted Items, found by their headers and arrival
-    // time among those that came there since it was read; each with its UID there.
-    CopiedUids alreadyInTrash(Mailbox& box, const UidList& uids);
+    // time among those that came there since `since`; each with its UID there.
+    CopiedUids alreadyInTrash(Mailbox& box, const UidList& uids, const TrashMark& since);
     void flushDeletes(const QByteArray& folder);
     void flushAll();
     // A command that failed: its messages are read again from the server (where they still
@@ -149,6 +156,9 @@ class ImapMailboxes {
     long reconnects_ = 0;
     std::map<QByteArray, std::vector<PendingMove>> moves_;
     std::map<QByteArray, std::vector<PendingDelete>> deletes_;
+    // Messages whose copy to Deleted Items was sent but which are not yet expunged where they
+    // were (folder, UID), with where Deleted Items stood before.
+    std::map<std::pair<QByteArray, Uid>, TrashMark> copiesUnconfirmed_;
     QStringList failures_;
     QStringList notes_;
     // A moved message keeps the EntryID it was first read with: its id in Deleted Items -> the

@@ -273,6 +273,10 @@ void TcpProxy::run() {
                     break;
                 }
                 ++accepted_;
+                if (refusing_) {
+                    ::close(client);
+                    continue;
+                }
                 const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
                 sockaddr_in address = loopback(target_);
                 if (server < 0 ||

@@ -48,6 +48,9 @@ class TcpProxy {
     void cutInsteadOfText(const QByteArray& text, Toward toward);
     // Closes every open connection now.
     void cutNow();
+    // While set, a new connection is closed as soon as it is accepted, as by a server that is
+    // down; open connections go on.
+    void refuseNewConnections(bool refuse) { refusing_ = refuse; }
     // How many times connections were cut.
     int cuts() const { return cuts_; }
 
@@ -73,6 +76,7 @@ class TcpProxy {
     std::atomic<std::int64_t> bytesToClient_{0};
     std::atomic<int> accepted_{0};
     std::atomic<int> cuts_{0};
+    std::atomic<bool> refusing_{false};
     std::thread thread_;
 };
 

@@ -472,6 +472,54 @@ TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItem
     }
 }
 
+TEST_F(ImapStoreTest, WithoutMoveARunThatFailedAfterTheCopyIsNotCopiedAgainByTheNext) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 20, false);
+    testing::TcpProxy proxy(server_->imapPort());
+    ImapAccount account = plainAccount();
+    account.port = proxy.port();
+    StorePtr store = open(account, {}, "secret", 5);
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    FolderPtr deleted = store->GetDefaultFolder(outlook::olFolderDeletedItems);
+    ASSERT_EQ(deleted->Items()->Count(), 0);
+    // The copy is made, then the connection drops and the server cannot be reached again:
+    // the run fails with the messages copied but not yet expunged.
+    proxy.cutAfterText("[COPYUID", testing::TcpProxy::Toward::Client);
+    proxy.refuseNewConnections(true);
+    store->beginChanges();
+    for (int i = 0; i < 10; ++i) {
+        inbox->Item(1)->Delete();
+    }
+    EXPECT_FALSE(failureOf([&] { store->endChanges(); }).isEmpty());
+    EXPECT_EQ(proxy.cuts(), 1);
+    {
+        testing::ImapTestClient check(server_->imapPort());
+        ASSERT_EQ(check.messageIds("Trash").size(), 10);
+        ASSERT_EQ(check.messageIds("INBOX").size(), 20);
+    }
+
+    // The server is back; the same messages are cleaned again.
+    proxy.refuseNewConnections(false);
+    ASSERT_EQ(inbox->Count(), 20);
+    store->beginChanges();
+    for (int i = 0; i < 10; ++i) {
+        inbox->Item(1)->Delete();
+    }
+    store->endChanges();
+    testing::ImapTestClient check(server_->imapPort());
+    const QStringList trash = check.messageIds("Trash");
+    EXPECT_EQ(trash.size(), 10);
+    EXPECT_EQ(QSet<QString>(trash.begin(), trash.end()).size(), 10);
+    EXPECT_EQ(check.messageIds("INBOX").size(), 10);
+    const std::multiset<QString> all = everyMessageId(server_->imapPort());
+    EXPECT_EQ(all.size(), 20u);
+    EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 20u);
+    EXPECT_EQ(inbox->Count(), 10);
+    EXPECT_EQ(deleted->Items()->Count(), 10);
+}
+
 TEST_F(ImapStoreTest, WithoutMoveAndUidplusTheStoreIsReadOnlyAndSaysWhyOnce) {
     testing::DovecotOptions options;
     options.capability = QStringLiteral("IMAP4rev1 LITERAL+");
