@@ -271,6 +271,25 @@ TEST_F(ImapStoreTest, TheLocatorOpensServerLocationsAsOneStoreEach) {
     EXPECT_FALSE(message.contains(QStringLiteral("secret")));
 }
 
+TEST_F(ImapStoreTest, TheLocatorHandsTheWindowsYieldToTheServerStore) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 2, false);
+    int yields = 0;
+    store::ServerCredentials credentials;
+    credentials.yield = [&yields] { ++yields; };
+    const std::vector<StorePtr> stores = store::openStores(
+        QStringLiteral("imap://ann@127.0.0.1:%1?tls=none&password-command=echo%20secret")
+            .arg(server_->imapPort()),
+        credentials);
+    ASSERT_EQ(stores.size(), 1u);
+    auto inbox = stores[0]->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), 2);
+    const int afterLoad = yields;
+    EXPECT_GE(afterLoad, 1);
+    inbox->Item(1)->Delete();
+    EXPECT_GT(yields, afterLoad);
+}
+
 TEST_F(ImapStoreTest, ReadingAMessagesTextLeavesItUnread) {
     ASSERT_TRUE(startServer());
     fill("INBOX", 1, false);  // INBOX 1 is unread
