@@ -297,9 +297,9 @@ void ImapMailboxes::readMessages(Mailbox& box) {
     withReconnect([&] {
         connection_->forgetSelection();  // a fresh SELECT: the folder may have changed
         const SelectedMailbox selected = connection_->select(box.key);
+        box.uidNext = selected.uidNext;
         box.messages.clear();
         box.uidValidity = selected.uidValidity;
-        box.uidNext = selected.uidNext;
         for (std::uint32_t first = 1; first <= selected.exists;
              first += batching_.messagesPerFetch) {
             const std::uint32_t last =
