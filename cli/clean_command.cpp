@@ -86,13 +86,14 @@ int CleanCommand::execute(const CleanOptions& options) {
     CommandPrompter prompter;
     CommandYield yield;
     NoWindow window;
-    // A server account's password may come from the keyring; nobody is there to be asked.
+    // A server account's password may come from the keyring; nobody is there to be asked. Its
+    // long fetches show progress and hear Ctrl+C as the other loops do.
     store::imap::SystemKeyring keyring;
     const std::unique_ptr<ApplicationSource> source =
         openStores ? openStores(plan.stores)
                    : std::make_unique<store::StoreApplicationSource>(
                          plan.stores, store::defaultStorePath(),
-                         store::ServerCredentials{&keyring, nullptr});
+                         store::ServerCredentials{&keyring, nullptr, [&yield] { yield.yield(); }});
     RemoveItemsLogic logic(prompter, yield, window, window, *source);
     yield.logic = &logic;
     yield.interrupted = interrupted;

@@ -37,6 +37,11 @@ class ServerBackend {
                                           const QString& password) = 0;
     // The location that opens the account through StoreOpener; it carries no password.
     virtual QString location(const ServerAccount& account) const = 0;
+    // Keeps a password typed for the account in memory, so that opening it next signs in with
+    // it instead of asking again; forgetTypedPasswords() drops every one kept. Never written
+    // anywhere.
+    virtual void keepTypedPassword(const ServerAccount& /*account*/, const QString& /*password*/) {}
+    virtual void forgetTypedPasswords() {}
 };
 
 }  // namespace tf::outlook

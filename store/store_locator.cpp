@@ -111,7 +111,7 @@ std::vector<outlook::StorePtr> openStores(const QString& location,
     }
     if (scheme == kImapsScheme || scheme == kImapScheme) {
         return {imap::openImapStore(imap::parseImapLocation(location), credentials.keyring,
-                                    credentials.prompt)};
+                                    credentials.prompt, credentials.yield)};
     }
     throw Failure(err::kInvalidArgument,
                   QStringLiteral("\"%1\" is not a kind of store Tidyfold knows. Name a store file "

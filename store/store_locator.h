@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <vector>
 
 #include "outlook/application_source.h"
@@ -20,6 +21,9 @@ class PasswordPrompt;
 struct ServerCredentials {
     imap::Keyring* keyring = nullptr;
     imap::PasswordPrompt* prompt = nullptr;
+    // Lets a window run its events between the chunks of a server's long fetches and commands
+    // (none: nothing runs meanwhile).
+    std::function<void()> yield;
 };
 
 // Opens the stores at a location as the user writes it: "local:FILE" or a plain FILE path for the

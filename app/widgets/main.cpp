@@ -8,6 +8,7 @@
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
 #include "app/widgets/password_dialog.h"
+#include "app/widgets/qt_yield.h"
 #include "settings/remembered_stores.h"
 #include "store/imap/credentials.h"
 #include "store/imap/imap_server_backend.h"
@@ -111,11 +112,16 @@ int main(int argc, char* argv[]) {
     // once.
     tf::store::imap::SystemKeyring keyring;
     tf::PasswordDialog passwordDialog;
-    tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath(),
-                                         {&keyring, &passwordDialog});
+    // A server's long fetches let the window repaint and take its Cancel click meanwhile.
+    tf::QtYield serverYield;
+    // A password typed in the Open Store window signs in once, ahead of the keyring.
+    tf::store::imap::TypedPasswords typedPasswords(&keyring);
+    tf::store::LocatorStoreOpener opener(
+        tf::store::defaultStorePath(),
+        {&typedPasswords, &passwordDialog, [&] { serverYield.yield(); }});
     tf::RememberedStores remembered;
     tf::OpenStores stores(opener, remembered, options.stores);
-    tf::store::imap::ImapServerBackend server;
+    tf::store::imap::ImapServerBackend server(&typedPasswords);
     tf::frmMessageBox messageWindow;
     messageWindow.show();
     tf::frmRemoveItems window(messageWindow, stores, server);

@@ -319,6 +319,7 @@ void frmRemoveItems::openStore() {
     fitToScreen(dialog);
     if (dialog.exec() == QDialog::Accepted) {
         logic_->mnuOpenStore(dialog.location());
+        server_->forgetTypedPasswords();  // used by that opening, or not at all
         showTitle();
     }
 }

@@ -339,6 +339,16 @@ outlook::ServerAccount frmOpenStore::account() const {
     return account;
 }
 
+void frmOpenStore::accept() {
+    if (static_cast<Kind>(pages_->currentIndex()) == Kind::Server &&
+        cboSignIn_->currentIndex() == 0) {
+        // Asked once: the opening signs in with what was typed here.
+        server_.keepTypedPassword(account(), txtPassword_->text());
+        txtPassword_->clear();
+    }
+    QDialog::accept();
+}
+
 void frmOpenStore::testConnection() {
     const outlook::ConnectionTest result = server_.testConnection(
         account(), cboSignIn_->currentIndex() == 0 ? txtPassword_->text() : QString());

@@ -17,7 +17,8 @@ namespace tf {
 
 // frmOpenStore: File > Open Store. The user picks a kind (a store file, a Maildir folder, a
 // mail server) and names the store; location() is what to open. A password typed here is used
-// for "Test connection" only and is never kept.
+// for "Test connection" and, on Open, handed to the server backend in memory for that opening;
+// it is never written anywhere.
 class frmOpenStore : public QDialog {
     Q_OBJECT
   public:
@@ -26,6 +27,7 @@ class frmOpenStore : public QDialog {
     enum class Kind { StoreFile, Maildir, Server };
     void setKind(Kind kind);
     QString location() const;
+    void accept() override;
 
   private:
     QWidget* buildFilePage();

@@ -169,6 +169,26 @@ void SystemKeyring::remember(const ImapAccount& account, const Secret& password)
     runJob(job, timeoutMs_, lastError_);
 }
 
+void TypedPasswords::put(const ImapAccount& account, Secret password) {
+    typed_[account.location()] = std::move(password);
+}
+
+std::optional<Secret> TypedPasswords::password(const ImapAccount& account) {
+    const auto found = typed_.find(account.location());
+    if (found != typed_.end()) {
+        Secret password = std::move(found->second);
+        typed_.erase(found);
+        return password;
+    }
+    return behind_ != nullptr ? behind_->password(account) : std::nullopt;
+}
+
+void TypedPasswords::remember(const ImapAccount& account, const Secret& password) {
+    if (behind_ != nullptr) {
+        behind_->remember(account, password);
+    }
+}
+
 Secret obtainSecret(const ImapAccount& account, Keyring* keyring, PasswordPrompt* prompt,
                     bool* rememberLater) {
     if (rememberLater) {

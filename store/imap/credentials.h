@@ -4,6 +4,7 @@
 #include <QByteArrayView>
 #include <QString>
 #include <iosfwd>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -71,6 +72,22 @@ class SystemKeyring : public Keyring {
   private:
     int timeoutMs_;
     QString lastError_;
+};
+
+// Passwords typed in the Open Store window, in front of the keyring: the next sign-in of that
+// account takes the typed one, once, instead of asking again. They live in memory only;
+// remember() goes to the keyring behind (none: nowhere).
+class TypedPasswords : public Keyring {
+  public:
+    explicit TypedPasswords(Keyring* behind) : behind_(behind) {}
+    void put(const ImapAccount& account, Secret password);
+    void clear() { typed_.clear(); }
+    std::optional<Secret> password(const ImapAccount& account) override;
+    void remember(const ImapAccount& account, const Secret& password) override;
+
+  private:
+    Keyring* behind_;
+    std::map<QString, Secret> typed_;  // by the account's location
 };
 
 // Asks the person at the window for a password, once.

@@ -515,6 +515,21 @@ UidList ImapConnection::uidsFrom(Uid first) {
     return out;
 }
 
+std::vector<FetchedMessage> ImapConnection::fetchHeadersFrom(Uid first, const QByteArray& fields) {
+    ++commands_;
+    ImapSet set(mailimap_set_new_interval(first, 0));
+    FetchType type(headerFetch(fields));
+    clist* raw = nullptr;
+    check(mailimap_uid_fetch(imap_, set.p, type.p, &raw), QStringLiteral("reading new messages"));
+    FetchList result(raw);
+    std::vector<FetchedMessage> out = messagesOf(raw);
+    // "first:*" also names the last message when every UID is below first.
+    out.erase(std::remove_if(out.begin(), out.end(),
+                             [first](const FetchedMessage& m) { return m.uid < first; }),
+              out.end());
+    return out;
+}
+
 QByteArray ImapConnection::fetchMessage(Uid uid) {
     ++commands_;
     ImapSet set(mailimap_set_new_single(uid));

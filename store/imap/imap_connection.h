@@ -99,6 +99,8 @@ class ImapConnection {
     std::vector<FetchedMessage> fetchHeadersByUid(const UidList& uids, const QByteArray& fields);
     // The UIDs of messages UID first or higher.
     UidList uidsFrom(Uid first);
+    // UID, FLAGS, INTERNALDATE and the named header fields of the messages UID first or higher.
+    std::vector<FetchedMessage> fetchHeadersFrom(Uid first, const QByteArray& fields);
     // The whole message, without marking it as read; empty when it is gone.
     QByteArray fetchMessage(Uid uid);
 

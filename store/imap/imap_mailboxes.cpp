@@ -222,6 +222,20 @@ void ImapMailboxes::readFolders() {
     if (!special[2].isEmpty()) {
         folders_[special[2]].defaultFolder = outlook::olFolderDrafts;
     }
+    // In caption order as the other stores show them, the Inbox first.
+    for (auto& [key, box] : folders_) {
+        std::sort(box.children.begin(), box.children.end(),
+                  [this](const QByteArray& a, const QByteArray& b) {
+                      const Mailbox& left = folders_.at(a);
+                      const Mailbox& right = folders_.at(b);
+                      const bool leftInbox = left.defaultFolder == outlook::olFolderInbox;
+                      if (leftInbox != (right.defaultFolder == outlook::olFolderInbox)) {
+                          return leftInbox;
+                      }
+                      const int byName = left.name.compare(right.name, Qt::CaseInsensitive);
+                      return byName != 0 ? byName < 0 : a < b;
+                  });
+    }
 }
 
 void ImapMailboxes::ensureTrash() {
@@ -283,6 +297,7 @@ void ImapMailboxes::readMessages(Mailbox& box) {
     withReconnect([&] {
         connection_->forgetSelection();  // a fresh SELECT: the folder may have changed
         const SelectedMailbox selected = connection_->select(box.key);
+        box.uidNext = selected.uidNext;
         box.messages.clear();
         box.uidValidity = selected.uidValidity;
         for (std::uint32_t first = 1; first <= selected.exists;
@@ -304,6 +319,7 @@ void ImapMailboxes::readMessages(Mailbox& box) {
                 row.unread = !fetched.seen;
                 box.messages.append(std::move(row));
             }
+            yieldNow();
         }
         box.loaded = true;
     });
@@ -476,21 +492,31 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             }
             CopiedUids copied;
             const long reconnectsBefore = reconnects_;
+            // Without MOVE: the copy is kept across a reconnect, so that only the flagging and
+            // the expunge are sent again.
+            std::optional<CopiedUids> copiedBefore;
             try {
                 copied = withReconnect([&] {
                     selectChecked(box);
                     if (canMove_) {
                         return connection_->move(uids, trashKey_);
                     }
-                    CopiedUids result = connection_->copy(uids, trashKey_);
+                    if (!copiedBefore) {
+                        copiedBefore = copyToTrash(box, uids);
+                    }
                     connection_->markDeleted(uids);
                     connection_->expunge(uids);
-                    return result;
+                    for (Uid uid : uids) {
+                        copiesUnconfirmed_.erase({key, uid});
+                    }
+                    return *copiedBefore;
                 });
             } catch (const Failure& failure) {
                 noteFailed(key, subjects, failure.description());
+                yieldNow();
                 continue;
             }
+            yieldNow();
             Mailbox& trash = folders_[trashKey_];
             if (!trash.loaded) {
                 continue;
@@ -519,6 +545,10 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                 if (row != nullptr) {
                     row->uid = to->second;
                 }
+                // A copy left by a failed run was read as a message of its own; it is this one.
+                if (const QString readAsOwn = newIdFor(trash, to->second); readAsOwn != move.id) {
+                    trash.messages.erase(readAsOwn);
+                }
                 rememberId(newIdFor(trash, to->second), move.id);
                 for (PendingDelete& waiting : deletes_[trashKey_]) {
                     if (waiting.id == move.id) {
@@ -540,6 +570,75 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
             }
         }
     }
+}
+
+CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids) {
+    CopiedUids there;
+    UidList rest = uids;
+    std::optional<TrashMark> earliest;
+    for (Uid uid : uids) {
+        const auto found = copiesUnconfirmed_.find({box.key, uid});
+        if (found == copiesUnconfirmed_.end()) {
+            continue;
+        }
+        const TrashMark& mark = found->second;
+        if (!earliest) {
+            earliest = mark;
+        } else if (mark.uidValidity != earliest->uidValidity) {
+            earliest = TrashMark{};  // from the first UID on
+        } else {
+            earliest->from = std::min(earliest->from, mark.from);
+        }
+    }
+    if (earliest) {
+        there = alreadyInTrash(box, uids, *earliest);
+        std::set<Uid> arrived;
+        for (const auto& [from, to] : there.pairs) {
+            arrived.insert(from);
+        }
+        rest.erase(std::remove_if(rest.begin(), rest.end(),
+                                  [&arrived](Uid uid) { return arrived.count(uid) != 0; }),
+                   rest.end());
+    }
+    if (rest.empty()) {
+        return there;
+    }
+    const Mailbox& trash = folders_[trashKey_];
+    const TrashMark before =
+        trash.uidNext > 0 ? TrashMark{trash.uidValidity, trash.uidNext} : TrashMark{};
+    for (Uid uid : rest) {
+        copiesUnconfirmed_.try_emplace({box.key, uid}, before);
+    }
+    CopiedUids copied = connection_->copy(rest, trashKey_);
+    if (!there.pairs.empty() && copied.uidValidity == there.uidValidity) {
+        copied.pairs.insert(copied.pairs.end(), there.pairs.begin(), there.pairs.end());
+    }
+    return copied;
+}
+
+CopiedUids ImapMailboxes::alreadyInTrash(Mailbox& box, const UidList& uids,
+                                         const TrashMark& since) {
+    // Enough to tell messages apart; a copy keeps the headers and the arrival time.
+    const QByteArray fields = "MESSAGE-ID DATE FROM TO SUBJECT";
+    const std::vector<FetchedMessage> sources = connection_->fetchHeadersByUid(uids, fields);
+    const SelectedMailbox selected = connection_->select(trashKey_);
+    // UIDs only grow: a copy made since then has a UID from the mark on.
+    const Uid from = selected.uidValidity == since.uidValidity ? since.from : 1;
+    std::multimap<std::pair<qint64, QByteArray>, Uid> arrived;
+    for (FetchedMessage& message : connection_->fetchHeadersFrom(from, fields)) {
+        arrived.emplace(std::pair(message.internalDate, std::move(message.headers)), message.uid);
+    }
+    CopiedUids found;
+    found.uidValidity = selected.uidValidity;
+    for (const FetchedMessage& source : sources) {
+        const auto match = arrived.find(std::pair(source.internalDate, source.headers));
+        if (match != arrived.end()) {
+            found.pairs.emplace_back(source.uid, match->second);
+            arrived.erase(match);
+        }
+    }
+    selectChecked(box);
+    return found;
 }
 
 void ImapMailboxes::flushDeletes(const QByteArray& only) {
@@ -586,6 +685,7 @@ void ImapMailboxes::flushDeletes(const QByteArray& only) {
             } catch (const Failure& failure) {
                 noteFailed(key, subjects, failure.description());
             }
+            yieldNow();
         }
     }
 }

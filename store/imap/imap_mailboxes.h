@@ -23,10 +23,11 @@ struct Mailbox {
     QString name;  // as the user sees it
     long defaultFolder = 0;
     bool noSelect = false;
-    std::vector<QByteArray> children;  // in the server's LIST order
+    std::vector<QByteArray> children;  // the Inbox first, then by name as shown
     // The messages, read on first use; stale after a failed change, read again then.
     bool loaded = false;
     std::uint32_t uidValidity = 0;
+    std::uint32_t uidNext = 0;  // when it was read
     MessageList messages;
 };
 
@@ -82,6 +83,10 @@ class ImapMailboxes {
     // Commands sent so far, for the benchmark.
     long commands() const { return connection_->commands(); }
 
+    // Called between the chunks of a long fetch and between queued commands, so that a window
+    // can run its events meanwhile (none: nothing is called).
+    void setYield(std::function<void()> yield) { yield_ = std::move(yield); }
+
   private:
     struct PendingMove {
         QString id;
@@ -106,6 +111,20 @@ class ImapMailboxes {
     void requireWritable();
     QString newIdFor(const Mailbox& box, Uid uid) const;
     void flushMoves(const QByteArray& folder);
+    // Where Deleted Items stood before a copy was sent: its UIDVALIDITY and a UID no copy made
+    // then can lie below.
+    struct TrashMark {
+        std::uint32_t uidValidity = 0;
+        Uid from = 1;
+    };
+    // Copies the messages of the selected folder to Deleted Items for a server without MOVE.
+    // When a copy of any of them may have been made before (its answer lost, or its messages
+    // not yet expunged after a failure), copies only those that did not arrive: Deleted Items
+    // never gets a message twice.
+    CopiedUids copyToTrash(Mailbox& box, const UidList& uids);
+    // Which of these messages already lie in Deleted Items, found by their headers and arrival
+    // time among those that came there since `since`; each with its UID there.
+    CopiedUids alreadyInTrash(Mailbox& box, const UidList& uids, const TrashMark& since);
     void flushDeletes(const QByteArray& folder);
     void flushAll();
     // A command that failed: its messages are read again from the server (where they still
@@ -116,7 +135,14 @@ class ImapMailboxes {
     void saveIds();
     void loadIds();
 
+    void yieldNow() const {
+        if (yield_) {
+            yield_();
+        }
+    }
+
     std::unique_ptr<ImapConnection> connection_;
+    std::function<void()> yield_;
     QString idFile_;
     Batching batching_;
     std::map<QByteArray, Mailbox> folders_;
@@ -130,6 +156,9 @@ class ImapMailboxes {
     long reconnects_ = 0;
     std::map<QByteArray, std::vector<PendingMove>> moves_;
     std::map<QByteArray, std::vector<PendingDelete>> deletes_;
+    // Messages whose copy to Deleted Items was sent but which are not yet expunged where they
+    // were (folder, UID), with where Deleted Items stood before.
+    std::map<std::pair<QByteArray, Uid>, TrashMark> copiesUnconfirmed_;
     QStringList failures_;
     QStringList notes_;
     // A moved message keeps the EntryID it was first read with: its id in Deleted Items -> the

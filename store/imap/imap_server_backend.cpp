@@ -57,6 +57,20 @@ QString ImapServerBackend::location(const outlook::ServerAccount& account) const
     return location;
 }
 
+void ImapServerBackend::keepTypedPassword(const outlook::ServerAccount& account,
+                                          const QString& password) {
+    if (typed_ != nullptr && !password.isEmpty() &&
+        account.signIn == outlook::ServerAccount::SignIn::Password) {
+        typed_->put(parseImapLocation(location(account)), Secret(password.toUtf8()));
+    }
+}
+
+void ImapServerBackend::forgetTypedPasswords() {
+    if (typed_ != nullptr) {
+        typed_->clear();
+    }
+}
+
 outlook::ConnectionTest ImapServerBackend::testConnection(const outlook::ServerAccount& account,
                                                           const QString& password) {
     try {

@@ -220,15 +220,17 @@ QString movedIdsFile(const ImapAccount& account) {
                   QStringLiteral(".ids"));
 }
 
-outlook::StorePtr openImapStore(std::unique_ptr<ImapConnection> connection, Batching batching) {
+outlook::StorePtr openImapStore(std::unique_ptr<ImapConnection> connection, Batching batching,
+                                std::function<void()> yield) {
     const QString ids = movedIdsFile(connection->account());
     auto state = std::make_shared<ImapMailboxes>(std::move(connection), ids, batching);
+    state->setYield(std::move(yield));
     state->load();
     return std::make_shared<ImapStore>(std::move(state));
 }
 
 outlook::StorePtr openImapStore(const ImapAccount& account, Keyring* keyring,
-                                PasswordPrompt* prompt) {
+                                PasswordPrompt* prompt, std::function<void()> yield) {
     // A password is asked for once, when the first connection signs in, and kept for reconnects.
     // An access token runs out within the hour, so every sign-in runs the token command again
     // (token helpers keep the token and renew it themselves).
@@ -241,8 +243,8 @@ outlook::StorePtr openImapStore(const ImapAccount& account, Keyring* keyring,
         const QByteArrayView bytes = (*kept)->bytes();
         return QByteArray(bytes.data(), bytes.size());
     };
-    outlook::StorePtr store =
-        openImapStore(std::make_unique<ImapConnection>(account, std::move(source)), Batching{});
+    outlook::StorePtr store = openImapStore(
+        std::make_unique<ImapConnection>(account, std::move(source)), Batching{}, std::move(yield));
     // Only a password the server accepted is kept in the keyring.
     if (*remember && keyring && *kept) {
         keyring->remember(account, **kept);

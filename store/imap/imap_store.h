@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "outlook/object_model.h"
@@ -15,12 +16,14 @@ class PasswordPrompt;
 // Opens an IMAP account as one store: signs in (asking keyring and prompt only when the account
 // has no command for its secret; a null prompt never asks), reads the folder list and makes the
 // Trash folder when there is none. Throws tf::Failure with a message that names the server.
+// yield, when given, is called between the chunks of long fetches and between queued commands.
 outlook::StorePtr openImapStore(const ImapAccount& account, Keyring* keyring,
-                                PasswordPrompt* prompt);
+                                PasswordPrompt* prompt, std::function<void()> yield = {});
 
 // The same over a connection made by the caller, with the batching given: for tests and the
 // benchmark.
-outlook::StorePtr openImapStore(std::unique_ptr<ImapConnection> connection, Batching batching);
+outlook::StorePtr openImapStore(std::unique_ptr<ImapConnection> connection, Batching batching,
+                                std::function<void()> yield = {});
 
 // Where the EntryIDs of moved messages are kept for an account, in the user's cache folder.
 QString movedIdsFile(const ImapAccount& account);

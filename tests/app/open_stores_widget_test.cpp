@@ -6,6 +6,7 @@
 #include <QCryptographicHash>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -26,6 +27,7 @@
 #include "app/widgets/main_window.h"
 #include "app/widgets/message_window.h"
 #include "app/widgets/open_store_dialog.h"
+#include "store/imap/credentials.h"
 #include "store/imap/imap_location.h"
 #include "store/imap/imap_server_backend.h"
 #include "store/local/sample_content.h"
@@ -188,7 +190,10 @@ class OpenStoresWidgets : public ::testing::Test {
 
     TempHome home;
     BoxAnswerer answerer;
-    store::LocatorStoreOpener opener{home.file(QStringLiteral("data/default.tidystore"))};
+    // As main() has it: a password typed in Open Store waits here for the sign-in.
+    store::imap::TypedPasswords typed{nullptr};
+    store::LocatorStoreOpener opener{home.file(QStringLiteral("data/default.tidystore")),
+                                     store::ServerCredentials{&typed, nullptr, {}}};
     RememberedStores remembered;
     store::NoServerBackend server;
     outlook::ServerBackend* backend = &server;
@@ -417,6 +422,55 @@ TEST(TidyfoldHelp, ListsEveryKindOfLocation) {
         EXPECT_TRUE(help.contains(kind.form)) << kind.form.toStdString();
         EXPECT_TRUE(help.contains(kind.meaning)) << kind.meaning.toStdString();
     }
+}
+
+// A password typed in the window opens the account without a second question, and is kept
+// nowhere afterwards.
+TEST_F(OpenStoresWidgets, APasswordTypedInTheWindowOpensTheAccountWithoutAskingAgain) {
+    QTemporaryDir serverDir;
+    testing::TestCertificateAuthority ca(serverDir.path());
+    const testing::PemFiles files =
+        ca.issueServer(QStringLiteral("127.0.0.1"), QStringLiteral("server"));
+    testing::DovecotOptions options;
+    options.certFile = files.certificate;
+    options.keyFile = files.key;
+    options.users = {{QStringLiteral("ann"), QStringLiteral("Typed-4711-pw")}};
+    testing::DovecotServer dovecot(serverDir.filePath(QStringLiteral("dovecot")), options);
+    QString why;
+    ASSERT_TRUE(dovecot.start(why)) << why.toStdString();
+    {
+        QSettings accounts(store::imap::accountSettingsFile(), QSettings::IniFormat);
+        accounts.setValue(QStringLiteral("ann@127.0.0.1/cafile"), ca.caFile());
+    }
+    store::imap::ImapServerBackend imap(&typed);
+    backend = &imap;
+    ASSERT_TRUE(start());
+    openThroughWindow([&](frmOpenStore& dialog) {
+        dialog.setKind(frmOpenStore::Kind::Server);
+        part<QLineEdit>(dialog, "txtHost")->setText(QStringLiteral("127.0.0.1"));
+        part<QLineEdit>(dialog, "txtUser")->setText(QStringLiteral("ann"));
+        part<QComboBox>(dialog, "cboTls")->setCurrentIndex(0);
+        part<QSpinBox>(dialog, "spnPort")->setValue(dovecot.imapsPort());
+        part<QComboBox>(dialog, "cboSignIn")->setCurrentIndex(0);
+        QTest::keyClicks(part<QLineEdit>(dialog, "txtPassword"), QStringLiteral("Typed-4711-pw"));
+    });
+    EXPECT_EQ(storesInView(), QStringList{QStringLiteral("ann@127.0.0.1")})
+        << answerer.texts().join(QStringLiteral(" | ")).toStdString();
+    // Used up: a later sign-in of the account finds no typed password.
+    store::imap::ImapAccount account;
+    account.user = QStringLiteral("ann");
+    account.host = QStringLiteral("127.0.0.1");
+    account.port = dovecot.imapsPort();
+    EXPECT_FALSE(typed.password(account).has_value());
+    // Not in the settings files, nor anywhere else under the home folder.
+    QDirIterator everyFile(home.path(), QDir::Files, QDirIterator::Subdirectories);
+    while (everyFile.hasNext()) {
+        QFile file(everyFile.next());
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << file.fileName().toStdString();
+        EXPECT_FALSE(file.readAll().contains("4711")) << file.fileName().toStdString();
+    }
+    stop();
+    dovecot.stop();
 }
 
 }  // namespace

@@ -89,9 +89,24 @@ void TcpProxy::resetCounters() {
     bytesToClient_ = 0;
 }
 
-void TcpProxy::cutAfter(std::int64_t bytes) {
+void TcpProxy::cutAfter(std::int64_t bytes, Counting counting) {
+    cutCountsToServerOnly_ = counting == Counting::ToServerOnly;
     cutBudget_ = std::max<std::int64_t>(bytes, 0);
     wake();
+}
+
+void TcpProxy::cutAfterText(const QByteArray& text, Toward toward) {
+    const std::lock_guard<std::mutex> lock(cutTextLock_);
+    cutText_ = text;
+    cutTextToServer_ = toward == Toward::Server;
+    cutTextDelivered_ = true;
+}
+
+void TcpProxy::cutInsteadOfText(const QByteArray& text, Toward toward) {
+    const std::lock_guard<std::mutex> lock(cutTextLock_);
+    cutText_ = text;
+    cutTextToServer_ = toward == Toward::Server;
+    cutTextDelivered_ = false;
 }
 
 void TcpProxy::cutNow() {
@@ -108,6 +123,18 @@ void TcpProxy::wake() {
 
 void TcpProxy::run() {
     std::list<Link> links;
+    // Whether the text cut asked for falls on this chunk, at this moment (before it is sent, or
+    // once it is sent whole); a cut happens once.
+    const auto cutsAt = [this](const Chunk& chunk, bool toServer, bool delivered) {
+        const std::lock_guard<std::mutex> lock(cutTextLock_);
+        if (cutText_.isEmpty() || cutTextToServer_ != toServer || cutTextDelivered_ != delivered ||
+            !QByteArrayView(chunk.bytes.data(), static_cast<qsizetype>(chunk.bytes.size()))
+                 .contains(QByteArrayView(cutText_))) {
+            return false;
+        }
+        cutText_.clear();
+        return true;
+    };
     const auto cutAll = [&] {
         for (Link& link : links) {
             link.broken = true;
@@ -183,8 +210,13 @@ void TcpProxy::run() {
             }
             // Due data: write as much as the socket takes and the cut budget allows.
             Chunk& chunk = d->queue.front();
+            if (chunk.sent == 0 && cutsAt(chunk, d->toServer, false)) {
+                cutAll();
+                break;
+            }
             std::size_t length = chunk.bytes.size() - chunk.sent;
-            const std::int64_t budget = cutBudget_;
+            const std::int64_t budget =
+                d->toServer || !cutCountsToServerOnly_ ? cutBudget_.load() : -1;
             if (budget >= 0) {
                 length = std::min<std::size_t>(length, static_cast<std::size_t>(budget));
             }
@@ -208,7 +240,12 @@ void TcpProxy::run() {
                 break;
             }
             if (chunk.sent == chunk.bytes.size()) {
+                const bool cutHere = cutsAt(chunk, d->toServer, true);
                 d->queue.pop_front();
+                if (cutHere) {
+                    cutAll();
+                    break;
+                }
             }
         }
 
@@ -236,6 +273,10 @@ void TcpProxy::run() {
                     break;
                 }
                 ++accepted_;
+                if (refusing_) {
+                    ::close(client);
+                    continue;
+                }
                 const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
                 sockaddr_in address = loopback(target_);
                 if (server < 0 ||

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <thread>
 
 namespace tf::testing {
@@ -31,11 +33,24 @@ class TcpProxy {
     int connectionsAccepted() const { return accepted_; }
     void resetCounters();
 
-    // Once `bytes` more bytes (both ways together) have been forwarded, every open connection
-    // is closed at once; the bytes beyond that are never delivered.
-    void cutAfter(std::int64_t bytes);
+    // Which bytes a cut after some bytes counts.
+    enum class Counting { BothWays, ToServerOnly };
+    // Once `bytes` more bytes have been forwarded, every open connection is closed at once; the
+    // bytes beyond that are never delivered. Counting only the client's bytes puts the cut at a
+    // known place inside a command, whatever the server answered before.
+    void cutAfter(std::int64_t bytes, Counting counting = Counting::BothWays);
+    // When a piece of data holding `text` is due to be forwarded the given way, every open
+    // connection is closed: after it has been forwarded whole (e.g. right after the server's OK
+    // to a command), or instead of forwarding it (the server did the command, the client never
+    // hears so).
+    enum class Toward { Server, Client };
+    void cutAfterText(const QByteArray& text, Toward toward);
+    void cutInsteadOfText(const QByteArray& text, Toward toward);
     // Closes every open connection now.
     void cutNow();
+    // While set, a new connection is closed as soon as it is accepted, as by a server that is
+    // down; open connections go on.
+    void refuseNewConnections(bool refuse) { refusing_ = refuse; }
     // How many times connections were cut.
     int cuts() const { return cuts_; }
 
@@ -51,11 +66,17 @@ class TcpProxy {
     std::atomic<bool> stop_{false};
     std::atomic<bool> cutRequested_{false};
     std::atomic<std::int64_t> cutBudget_{-1};
+    std::atomic<bool> cutCountsToServerOnly_{false};
+    std::mutex cutTextLock_;
+    QByteArray cutText_;  // empty: none
+    bool cutTextToServer_ = false;
+    bool cutTextDelivered_ = true;
     std::atomic<std::int64_t> roundTrips_{0};
     std::atomic<std::int64_t> bytesToServer_{0};
     std::atomic<std::int64_t> bytesToClient_{0};
     std::atomic<int> accepted_{0};
     std::atomic<int> cuts_{0};
+    std::atomic<bool> refusing_{false};
     std::thread thread_;
 };
 

@@ -281,6 +281,41 @@ TEST(ObtainSecretTest, CancelOrEmptyAnswerIsOneClearFailure) {
     EXPECT_TRUE(keyring.entries.empty());
 }
 
+TEST(TypedPasswordsTest, ATypedPasswordSignsInOnceAheadOfTheKeyringAndIsNeverStored) {
+    FakeKeyring keyring;
+    keyring.remember(account(), secretOf("kept"));
+    keyring.writes = 0;
+    TypedPasswords typed(&keyring);
+    typed.put(account(), secretOf("typed"));
+    FakePrompt prompt;
+    EXPECT_EQ(obtainSecret(account(), &typed, &prompt), secretOf("typed"));
+    EXPECT_EQ(keyring.reads, 0);
+    EXPECT_EQ(prompt.asked, 0);
+    // Taken once: the next sign-in finds the keyring's.
+    EXPECT_EQ(obtainSecret(account(), &typed, &prompt), secretOf("kept"));
+    EXPECT_EQ(keyring.reads, 1);
+    EXPECT_EQ(keyring.writes, 0);
+    EXPECT_EQ(keyring.entries.at(account().location()), secretOf("kept"));
+
+    // Only for the account it was typed for; other accounts are asked as before.
+    ImapAccount other = account();
+    other.user = QStringLiteral("bo");
+    typed.put(account(), secretOf("typed again"));
+    prompt.answer = std::make_pair(secretOf("asked"), true);
+    EXPECT_EQ(obtainSecret(other, &typed, &prompt), secretOf("asked"));
+    EXPECT_EQ(prompt.asked, 1);
+    // "Remember in the keyring" passes through to the keyring behind.
+    EXPECT_EQ(keyring.entries.at(other.location()), secretOf("asked"));
+    // Dropped unused: nothing of it is left to sign in with.
+    typed.clear();
+    EXPECT_EQ(obtainSecret(account(), &typed, &prompt), secretOf("kept"));
+    // Without a keyring behind, a typed password still works once, then there is none.
+    TypedPasswords alone(nullptr);
+    alone.put(account(), secretOf("typed"));
+    EXPECT_EQ(obtainSecret(account(), &alone, nullptr), secretOf("typed"));
+    EXPECT_FALSE(failureOf([&] { obtainSecret(account(), &alone, nullptr); }).isEmpty());
+}
+
 // The real keyring class, against a session bus that is not there: it must give up within its
 // time-out with a reason, not hang, crash, or fall back to storing the password elsewhere.
 TEST(SystemKeyringTest, UnreachableKeyringFindsNothingAndSaysWhy) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QSet>
 #include <QSettings>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -66,6 +67,16 @@ QStringList subjectsOf(const FolderPtr& folder) {
         out << items->Item(i)->Subject();
     }
     return out;
+}
+
+// Every Message-ID of the mailbox and Trash together, each as often as it is there.
+std::multiset<QString> everyMessageId(quint16 port) {
+    testing::ImapTestClient check(port);
+    std::multiset<QString> all;
+    for (const QString& id : check.messageIds("INBOX") + check.messageIds("Trash")) {
+        all.insert(id);
+    }
+    return all;
 }
 
 class ImapStoreTest : public ::testing::Test {
@@ -260,6 +271,25 @@ TEST_F(ImapStoreTest, TheLocatorOpensServerLocationsAsOneStoreEach) {
     EXPECT_FALSE(message.contains(QStringLiteral("secret")));
 }
 
+TEST_F(ImapStoreTest, TheLocatorHandsTheWindowsYieldToTheServerStore) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 2, false);
+    int yields = 0;
+    store::ServerCredentials credentials;
+    credentials.yield = [&yields] { ++yields; };
+    const std::vector<StorePtr> stores = store::openStores(
+        QStringLiteral("imap://ann@127.0.0.1:%1?tls=none&password-command=echo%20secret")
+            .arg(server_->imapPort()),
+        credentials);
+    ASSERT_EQ(stores.size(), 1u);
+    auto inbox = stores[0]->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), 2);
+    const int afterLoad = yields;
+    EXPECT_GE(afterLoad, 1);
+    inbox->Item(1)->Delete();
+    EXPECT_GT(yields, afterLoad);
+}
+
 TEST_F(ImapStoreTest, ReadingAMessagesTextLeavesItUnread) {
     ASSERT_TRUE(startServer());
     fill("INBOX", 1, false);  // INBOX 1 is unread
@@ -304,6 +334,35 @@ TEST_F(ImapStoreTest, FoldersShowWithTheirOwnNamesNestedByTheDelimiter) {
         dir_.remove();
         ASSERT_TRUE(QDir().mkpath(dir_.path()));
     }
+}
+
+TEST_F(ImapStoreTest, FoldersComeInCaptionOrderWithTheInboxFirst) {
+    testing::DovecotOptions options;
+    options.separator = QStringLiteral("/");
+    ASSERT_TRUE(startServer(options));
+    for (const QByteArray& name :
+         {QByteArray("Newsletters"), QByteArray("Projects"), QByteArray("zebra"),
+          QByteArray("Archive"), QByteArray("Projects/2024"), QByteArray("Projects/alpha"),
+          QByteArray("Projects/2023"), QByteArray("Projects/Beta")}) {
+        fill(name, 0);
+    }
+    StorePtr store = open(plainAccount());
+    QStringList top;
+    auto folders = store->TopFolder()->Folders();
+    for (long i = 1; i <= folders->Count(); ++i) {
+        top << folders->Item(i)->Name();
+    }
+    // Deleted Items sorts by the name it shows, not by the server's "Trash".
+    EXPECT_EQ(top, (QStringList{QStringLiteral("Inbox"), QStringLiteral("Archive"),
+                                QStringLiteral("Deleted Items"), QStringLiteral("Newsletters"),
+                                QStringLiteral("Projects"), QStringLiteral("zebra")}));
+    QStringList below;
+    auto projects = childNamed(store->TopFolder(), QStringLiteral("Projects"))->Folders();
+    for (long i = 1; i <= projects->Count(); ++i) {
+        below << projects->Item(i)->Name();
+    }
+    EXPECT_EQ(below, (QStringList{QStringLiteral("2023"), QStringLiteral("2024"),
+                                  QStringLiteral("alpha"), QStringLiteral("Beta")}));
 }
 
 TEST_F(ImapStoreTest, AGmailLikeLayoutUsesItsTrashAndMakesNoOther) {
@@ -376,6 +435,110 @@ TEST_F(ImapStoreTest, WithoutMoveMessagesAreCopiedAndOnlyTheirOwnUidsExpunged) {
     EXPECT_EQ(check.messageIds("Trash"), QStringList{QStringLiteral("<INBOX-2@example.org>")});
 }
 
+TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItemsTwice) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 40, false);
+    struct Cut {
+        const char* where;
+        QByteArray text;
+        testing::TcpProxy::Toward toward;
+        bool delivered;
+    };
+    using Toward = testing::TcpProxy::Toward;
+    // Right after the server's OK to the copy; instead of that OK, so the client cannot know
+    // that the copy was made; and as the copy reaches the server, which may or may not make it.
+    const Cut cuts[] = {{"after the OK", "[COPYUID", Toward::Client, true},
+                        {"instead of the OK", "[COPYUID", Toward::Client, false},
+                        {"with the command", "UID COPY", Toward::Server, true}};
+    int round = 0;
+    for (const Cut& cut : cuts) {
+        SCOPED_TRACE(cut.where);
+        ++round;
+        testing::TcpProxy proxy(server_->imapPort());
+        ImapAccount account = plainAccount();
+        account.port = proxy.port();
+        Batching batching;
+        batching.uidsPerCommand = 10;
+        StorePtr store = open(account, batching, "secret", 5);
+        auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+        FolderPtr deleted = store->GetDefaultFolder(outlook::olFolderDeletedItems);
+        ASSERT_EQ(deleted->Items()->Count(), (round - 1) * 10);
+        if (cut.delivered) {
+            proxy.cutAfterText(cut.text, cut.toward);
+        } else {
+            proxy.cutInsteadOfText(cut.text, cut.toward);
+        }
+        store->beginChanges();
+        for (int i = 0; i < 10; ++i) {
+            inbox->Item(1)->Delete();
+        }
+        store->endChanges();
+        EXPECT_EQ(proxy.cuts(), 1);
+
+        testing::ImapTestClient check(server_->imapPort());
+        const QStringList trash = check.messageIds("Trash");
+        EXPECT_EQ(trash.size(), round * 10);
+        EXPECT_EQ(QSet<QString>(trash.begin(), trash.end()).size(), round * 10);
+        EXPECT_EQ(check.messageIds("INBOX").size(), 40 - round * 10);
+        const std::multiset<QString> all = everyMessageId(server_->imapPort());
+        EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 40u);
+        EXPECT_EQ(all.size(), 40u);
+        // The store agrees with the server.
+        EXPECT_EQ(inbox->Count(), 40 - round * 10);
+        EXPECT_EQ(deleted->Items()->Count(), round * 10);
+    }
+}
+
+TEST_F(ImapStoreTest, WithoutMoveARunThatFailedAfterTheCopyIsNotCopiedAgainByTheNext) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 20, false);
+    testing::TcpProxy proxy(server_->imapPort());
+    ImapAccount account = plainAccount();
+    account.port = proxy.port();
+    StorePtr store = open(account, {}, "secret", 5);
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    FolderPtr deleted = store->GetDefaultFolder(outlook::olFolderDeletedItems);
+    ASSERT_EQ(deleted->Items()->Count(), 0);
+    // The copy is made, then the connection drops and the server cannot be reached again:
+    // the run fails with the messages copied but not yet expunged.
+    proxy.cutAfterText("[COPYUID", testing::TcpProxy::Toward::Client);
+    proxy.refuseNewConnections(true);
+    store->beginChanges();
+    for (int i = 0; i < 10; ++i) {
+        inbox->Item(1)->Delete();
+    }
+    EXPECT_FALSE(failureOf([&] { store->endChanges(); }).isEmpty());
+    EXPECT_EQ(proxy.cuts(), 1);
+    {
+        testing::ImapTestClient check(server_->imapPort());
+        ASSERT_EQ(check.messageIds("Trash").size(), 10);
+        ASSERT_EQ(check.messageIds("INBOX").size(), 20);
+    }
+
+    // The server is back; the same messages are cleaned again.
+    proxy.refuseNewConnections(false);
+    ASSERT_EQ(inbox->Count(), 20);
+    store->beginChanges();
+    for (int i = 0; i < 10; ++i) {
+        inbox->Item(1)->Delete();
+    }
+    store->endChanges();
+    testing::ImapTestClient check(server_->imapPort());
+    const QStringList trash = check.messageIds("Trash");
+    EXPECT_EQ(trash.size(), 10);
+    EXPECT_EQ(QSet<QString>(trash.begin(), trash.end()).size(), 10);
+    EXPECT_EQ(check.messageIds("INBOX").size(), 10);
+    const std::multiset<QString> all = everyMessageId(server_->imapPort());
+    EXPECT_EQ(all.size(), 20u);
+    EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 20u);
+    EXPECT_EQ(inbox->Count(), 10);
+    EXPECT_EQ(deleted->Items()->Count(), 10);
+}
+
 TEST_F(ImapStoreTest, WithoutMoveAndUidplusTheStoreIsReadOnlyAndSaysWhyOnce) {
     testing::DovecotOptions options;
     options.capability = QStringLiteral("IMAP4rev1 LITERAL+");
@@ -421,6 +584,38 @@ TEST_F(ImapStoreTest, AGroupSendsOneCommandPerFewHundredMessages) {
     testing::ImapTestClient check(server_->imapPort());
     EXPECT_EQ(check.messageIds("Trash").size(), 250);
     EXPECT_TRUE(check.messageIds("INBOX").isEmpty());
+}
+
+TEST_F(ImapStoreTest, LongFetchesAndQueuedCommandsLetTheWindowRunBetweenChunks) {
+    ASSERT_TRUE(startServer());
+    fill("INBOX", 35, false);
+    Batching batching;
+    batching.messagesPerFetch = 10;  // four fetches: 10, 10, 10 and 5
+    batching.uidsPerCommand = 6;
+    int yields = 0;
+    long inboxRowsAtYield = -1;
+    std::shared_ptr<outlook::Items> inbox;
+    auto connection = std::make_unique<ImapConnection>(plainAccount(), [] { return "secret"; });
+    StorePtr store = openImapStore(std::move(connection), batching, [&] { ++yields; });
+    EXPECT_EQ(yields, 0);  // the folder list is one short command
+    inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), 35);
+    EXPECT_GE(yields, 3);
+    EXPECT_LE(yields, 4);
+
+    // Between the queued moves too: 20 messages, six to a command.
+    yields = 0;
+    store->beginChanges();
+    for (int i = 0; i < 20; ++i) {
+        inbox->Item(1)->Delete();
+        inboxRowsAtYield = yields > 0 && inboxRowsAtYield < 0 ? inbox->Count() : inboxRowsAtYield;
+    }
+    store->endChanges();
+    EXPECT_GE(yields, 4);
+    // The first yield came while the group was still being queued, not only at its end.
+    EXPECT_GT(inboxRowsAtYield, 15);
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("Trash").size(), 20);
 }
 
 TEST_F(ImapStoreTest, MessagesAnotherClientExpungedFailOneByOneAndTheRunGoesOn) {
@@ -477,16 +672,6 @@ TEST_F(ImapStoreTest, AFolderRenumberedSinceItWasReadIsReadAfreshAndNothingInItC
     EXPECT_TRUE(check.messageIds("Trash").isEmpty());
     // Read afresh: the folder shows what the server holds now.
     EXPECT_EQ(work->Items()->Count(), 2);
-}
-
-// Every Message-ID of the mailbox and Trash together, each as often as it is there.
-std::multiset<QString> everyMessageId(quint16 port) {
-    testing::ImapTestClient check(port);
-    std::multiset<QString> all;
-    for (const QString& id : check.messageIds("INBOX") + check.messageIds("Trash")) {
-        all.insert(id);
-    }
-    return all;
 }
 
 TEST_F(ImapStoreTest, AServerKilledInTheMiddleOfARunLosesAndDuplicatesNothing) {
@@ -558,6 +743,25 @@ TEST_F(ImapStoreTest, AConnectionCutInTheMiddleOfARunIsMadeAgainAndNothingIsLost
     EXPECT_EQ(check.messageIds("Trash").size(), 100);
     EXPECT_EQ(inbox->Count(), 200);
     EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderDeletedItems)->Items()->Count(), 100);
+
+    // Now inside a command: every other message, so that the UID MOVE line is long, cut when
+    // the client has sent 100 bytes of the SELECT and the move.
+    proxy.cutAfter(100, testing::TcpProxy::Counting::ToServerOnly);
+    store->beginChanges();
+    for (long position = 1; position <= 40; ++position) {
+        inbox->Item(position)->Delete();  // the next one moves up to `position`, and stays
+    }
+    store->endChanges();
+    EXPECT_EQ(proxy.cuts(), 2);
+    EXPECT_EQ(proxy.connectionsAccepted(), 3);
+    const std::multiset<QString> after = everyMessageId(server_->imapPort());
+    EXPECT_EQ(after.size(), 300u);
+    EXPECT_EQ(std::set<QString>(after.begin(), after.end()).size(), 300u);
+    EXPECT_EQ(check.messageIds("INBOX").size(), 160);
+    EXPECT_EQ(check.messageIds("Trash").size(), 140);
+    // The ones left are the even ones of those the first part left.
+    EXPECT_EQ(check.messageIds("INBOX").first(), QStringLiteral("<INBOX-102@example.org>"));
+    EXPECT_EQ(inbox->Count(), 160);
 }
 
 // --- The Open Store dialog's server kind ----------------------------------------------------
