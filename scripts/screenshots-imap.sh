@@ -9,27 +9,16 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 . scripts/screenshot-env.sh
+wm=$(realpath scripts/with-window-manager.sh)
 screenshot_setup "${1:-$(mktemp -d -t tidyfold-imap-pictures.XXXXXX)}" tidyfold tidyfold-imap-tour
 program=$(realpath "$build/app/widgets/tidyfold")
 tour=$(realpath "$build/tests/app/tidyfold-imap-tour")
 
-cat >"$scratch/session.sh" <<'SESSION'
-#!/usr/bin/env bash
-openbox --sm-disable >/dev/null 2>&1 &
-wm=$!
-sleep 1
-rc=0
-"$@" || rc=$?
-kill "$wm" 2>/dev/null || true
-wait "$wm" 2>/dev/null || true
-exit $rc
-SESSION
-chmod +x "$scratch/session.sh"
 
 size=1366x768
 rc=0
 xvfb-run -a -s "-screen 0 ${size}x24" \
-    "$scratch/session.sh" "$tour" --program "$program" --out "$out" || rc=$?
+    "$wm" "$tour" --program "$program" --out "$out" || rc=$?
 echo "Pictures in $out:"
 ls "$out" | grep '^imap-' || true
 exit $rc

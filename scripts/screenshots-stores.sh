@@ -9,6 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 . scripts/screenshot-env.sh
+wm=$(realpath scripts/with-window-manager.sh)
 # Settings, the sample store and the Maildir live in the scratch folder, which both starts
 # share, as a person's home is shared by two days' work.
 screenshot_setup "${1:-}" tidyfold tidyfold-store-tour tidyfold_manual
@@ -22,30 +23,18 @@ fi
 program=$(realpath "$build/app/widgets/tidyfold")
 tour=$(realpath "$build/tests/app/tidyfold-store-tour")
 
-cat >"$scratch/session.sh" <<'SESSION'
-#!/usr/bin/env bash
-openbox --sm-disable >/dev/null 2>&1 &
-wm=$!
-sleep 1
-rc=0
-"$@" || rc=$?
-kill "$wm" 2>/dev/null || true
-wait "$wm" 2>/dev/null || true
-exit $rc
-SESSION
-chmod +x "$scratch/session.sh"
 
 size=1366x768
 xvfb-run -a -s "-screen 0 ${size}x24" \
-    "$scratch/session.sh" "$tour" --maildir "$scratch/Mail" --out "$out"
+    "$wm" "$tour" --maildir "$scratch/Mail" --out "$out"
 echo "Remembered stores:"
 sed -n '/Stores/p' "$scratch/.config/Tidyfold/HKEY_LOCAL_MACHINE.ini"
 # The second start: the program itself, as the desktop entry starts it; the picture is its
 # window once loaded.
 xvfb-run -a -s "-screen 0 ${size}x24" \
-    "$scratch/session.sh" "$program" --screenshot "$out/stores-8-started-again.png"
+    "$wm" "$program" --screenshot "$out/stores-8-started-again.png"
 # And once more with the window manager's frame, to show the title.
 xvfb-run -a -s "-screen 0 ${size}x24" \
-    "$scratch/session.sh" "$tour" --again --maildir "$scratch/Mail" --out "$out"
+    "$wm" "$tour" --again --maildir "$scratch/Mail" --out "$out"
 echo "Pictures in $out:"
 ls "$out" | grep '^stores-'

@@ -17,20 +17,8 @@ mkstore="$build/tools/mkstore/tidyfold-mkstore"
 tour="$build/tests/app/tidyfold-screenshot-tour"
 "$mkstore" --out "$scratch/big.tidystore" --items 200000 >/dev/null
 
-# One session of the display: openbox first, then the tour; openbox ends with it.
-cat >"$scratch/session.sh" <<'SESSION'
-#!/usr/bin/env bash
-tour=$1 store=$2 out=$3 name=$4
-openbox --sm-disable >/dev/null 2>&1 &
-wm=$!
-sleep 1
-rc=0
-"$tour" --store "$store" --out "$out" --prefix "$name" || rc=$?
-kill "$wm" 2>/dev/null || true
-wait "$wm" 2>/dev/null || true
-exit $rc
-SESSION
-chmod +x "$scratch/session.sh"
+# Each run is one session of the display, under openbox.
+wm=$(realpath scripts/with-window-manager.sh)
 
 for size in 1366x768 1920x1080; do
     # A fresh sample store for each run, as a new user gets it.
@@ -38,9 +26,9 @@ for size in 1366x768 1920x1080; do
     "$mkstore" --out "$scratch/sample.tidystore" --items 600 >/dev/null
     cp "$scratch/big.tidystore" "$scratch/big-run.tidystore"
     xvfb-run -a -s "-screen 0 ${size}x24" \
-        "$scratch/session.sh" "$tour" "$scratch/sample.tidystore" "$out" "sample-$size-"
+        "$wm" "$tour" --store "$scratch/sample.tidystore" --out "$out" --prefix "sample-$size-"
     xvfb-run -a -s "-screen 0 ${size}x24" \
-        "$scratch/session.sh" "$tour" "$scratch/big-run.tidystore" "$out" "big-$size-"
+        "$wm" "$tour" --store "$scratch/big-run.tidystore" --out "$out" --prefix "big-$size-"
 done
 echo "Pictures in $out:"
 ls "$out"

@@ -10,21 +10,8 @@ export HOME="$scratch" XDG_CONFIG_HOME="$scratch/.config" XDG_DATA_HOME="$scratc
 export XDG_CACHE_HOME="$scratch/.cache" XDG_RUNTIME_DIR="$scratch/run"
 mkdir -p "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
 unset QT_QPA_PLATFORM
+wm=$(cd "$(dirname "$0")/../../scripts" && pwd)/with-window-manager.sh
 # libdbus's own leak at exit is not ours.
 export ASAN_OPTIONS=detect_leaks=0:abort_on_error=1
-cat >"$scratch/session.sh" <<'SESSION'
-#!/bin/sh
-wm=""
-if command -v openbox >/dev/null 2>&1; then
-    openbox --sm-disable >/dev/null 2>&1 &
-    wm=$!
-    sleep 1
-fi
-rc=0
-"$@" || rc=$?
-[ -n "$wm" ] && kill "$wm" 2>/dev/null
-exit $rc
-SESSION
-chmod +x "$scratch/session.sh"
-xvfb-run -a -s "-screen 0 1366x768x24" "$scratch/session.sh" "$1" --program "$2" \
+xvfb-run -a -s "-screen 0 1366x768x24" "$wm" "$1" --program "$2" \
     --out "$scratch/pictures"
