@@ -521,10 +521,11 @@ void MaildirTree::rescan(const std::string& key, Messages& messages) {
         }
     }
     // A name that another folder lists already (a copy, a hard link) is told apart by its folder.
+    const std::uint32_t here = ordinalOf(key);
     messages.index.merge(std::move(listing.entries), [&](IndexEntry& entry) {
         const std::string stem = stemOf(entry.unique);
         // Nearly every name is new to the tree: one hash tells so without asking every folder.
-        if (!noteHome(stem, key, false)) {
+        if (!noteHome(stem, here, false)) {
             return;
         }
         for (const auto& [other, theirs] : messages_) {
@@ -537,7 +538,7 @@ void MaildirTree::rescan(const std::string& key, Messages& messages) {
                 return;
             }
         }
-        noteHome(stem, key, true);
+        noteHome(stem, here, true);
     });
     messages.loaded = true;
 }
@@ -564,17 +565,20 @@ void MaildirTree::noteOwnChange(const std::string& key, bool inNew) {
     }
 }
 
-bool MaildirTree::noteHome(const std::string& stem, const std::string& key, bool replace) {
+std::uint32_t MaildirTree::ordinalOf(const std::string& key) {
     auto ordinal = folderOrdinals_.find(key);
     if (ordinal == folderOrdinals_.end()) {
         ordinal =
             folderOrdinals_.emplace(key, static_cast<std::uint32_t>(folderKeys_.size())).first;
         folderKeys_.push_back(key);
     }
-    const auto [home, added] =
-        stemHomes_.try_emplace(std::hash<std::string>{}(stem), ordinal->second);
+    return ordinal->second;
+}
+
+bool MaildirTree::noteHome(const std::string& stem, std::uint32_t folder, bool replace) {
+    const auto [home, added] = stemHomes_.try_emplace(std::hash<std::string>{}(stem), folder);
     if (!added && replace) {
-        home->second = ordinal->second;
+        home->second = folder;
     }
     return !added;
 }
@@ -901,7 +905,7 @@ std::optional<Location> MaildirTree::moveToTrash(const std::string& folder,
     messages_[folder].index.erase(stemOf(entry.unique));
     Messages& bin = loaded(trash);
     if (moved.id.empty()) {
-        noteHome(moved.unique, trash, true);
+        noteHome(moved.unique, ordinalOf(trash), true);
     }
     bin.index.append(moved);
     if (!moved.id.empty()) {

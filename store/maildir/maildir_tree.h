@@ -159,7 +159,9 @@ class MaildirTree {
     // Notes the folder that lists a message under its bare stem (when replace, or when the stem
     // is new to the tree); true when the stem may have been noted before, so that another folder
     // may hold a message of that name.
-    bool noteHome(const std::string& stem, const std::string& key, bool replace);
+    bool noteHome(const std::string& stem, std::uint32_t folder, bool replace);
+    // The folder's number in folderKeys_, given on first use.
+    std::uint32_t ordinalOf(const std::string& key);
     // The folder last noted as listing the stem, if any; only a hint, checked by the caller.
     const std::string* homeOf(const std::string& stem) const;
     void settle();

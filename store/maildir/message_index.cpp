@@ -87,6 +87,10 @@ void MessageIndex::merge(std::vector<IndexEntry> listing,
                          const std::function<void(IndexEntry&)>& arriving) {
     std::vector<bool> seen(slots_.size(), false);  // by slot
     std::vector<IndexEntry> arrived;
+    if (slotOf_.empty()) {
+        arrived = std::move(listing);  // a first listing: everything is new
+        listing.clear();
+    }
     for (IndexEntry& entry : listing) {
         auto found = slotOf_.find(stemOf(entry.unique));
         if (found == slotOf_.end()) {
