@@ -30,10 +30,13 @@ struct Mailbox {
     MessageList messages;
 };
 
-// The limits of one command: a few hundred UIDs per change, a few thousand messages per FETCH.
+// The limits of one command: a few hundred UIDs per change, a few thousand messages per FETCH;
+// and how many sets of changes are written before their answers are read, so that a run over a
+// distant server waits for one round trip per folder rather than one per command.
 struct Batching {
     std::size_t uidsPerCommand = 800;
     std::uint32_t messagesPerFetch = 5000;
+    std::size_t setsPerWrite = 4;
 };
 
 class ImapMailboxes {
