@@ -284,6 +284,7 @@ void ImapMailboxes::readMessages(Mailbox& box) {
         connection_->forgetSelection();  // a fresh SELECT: the folder may have changed
         const SelectedMailbox selected = connection_->select(box.key);
         box.messages.clear();
+        box.messages.reserve(selected.exists);
         box.uidValidity = selected.uidValidity;
         std::vector<std::pair<std::uint32_t, std::uint32_t>> ranges;
         for (std::uint32_t first = 1; first <= selected.exists;
