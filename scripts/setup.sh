@@ -19,6 +19,8 @@ if [[ "${1:-}" == "--tests" || "${1:-}" == "--screenshots" ]]; then
         dovecot-imapd isync python3)
     # A private Secret Service for the keyring test.
     packages+=(gnome-keyring libsecret-1-0 dbus-daemon)
+    # tidyfold-bench imap measures imapfilter doing the same clean.
+    packages+=(imapfilter)
 fi
 if [[ "${1:-}" == "--screenshots" ]]; then
     # A real window manager draws the frames; sample senders have Chinese and Japanese names.

@@ -484,6 +484,85 @@ std::vector<FetchedMessage> ImapConnection::fetchHeaders(std::uint32_t first, st
     return messagesOf(raw);
 }
 
+void ImapConnection::pipeline(const std::vector<QByteArray>& commands, const QString& what,
+                              const std::function<void(std::size_t, bool)>& answered) {
+    if (commands.empty()) {
+        return;
+    }
+    if (imap_ == nullptr || imap_->imap_stream == nullptr) {
+        check(MAILIMAP_ERROR_BAD_STATE, what);
+    }
+    commands_ += static_cast<long>(commands.size());
+    const int firstTag = imap_->imap_tag + 1;
+    for (const QByteArray& command : commands) {
+        const QByteArray line = command + "\r\n";
+        if (mailimap_send_current_tag(imap_) != MAILIMAP_NO_ERROR ||
+            mailstream_write(imap_->imap_stream, line.constData(),
+                             static_cast<size_t>(line.size())) != line.size()) {
+            check(MAILIMAP_ERROR_STREAM, what);
+        }
+    }
+    if (mailstream_flush(imap_->imap_stream) == -1) {
+        check(MAILIMAP_ERROR_STREAM, what);
+    }
+    const int lastTag = imap_->imap_tag;
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        // libetpan takes only an answer tagged with the newest tag: name the one due next.
+        imap_->imap_tag = firstTag + static_cast<int>(i);
+        mailimap_response* response = nullptr;
+        const int result = mailimap_read_line(imap_) == nullptr
+                               ? MAILIMAP_ERROR_STREAM
+                               : mailimap_parse_response(imap_, &response);
+        imap_->imap_tag = lastTag;
+        if (result == MAILIMAP_ERROR_PROTOCOL) {
+            // BAD, or an answer out of turn: what the rest of the line did cannot be told apart.
+            const QString said = serverSaid();
+            close();
+            throw CommandRefused(
+                QStringLiteral("The server %1 refused a command (%2)%3")
+                    .arg(account_.host, what,
+                         said.isEmpty() ? QStringLiteral(".") : QStringLiteral(": ") + said));
+        }
+        if (result != MAILIMAP_NO_ERROR) {
+            // Whatever broke, the answers still due can no longer be matched to their commands.
+            check(MAILIMAP_ERROR_STREAM, what);
+        }
+        const bool ok = response->rsp_resp_done->rsp_data.rsp_tagged->rsp_cond_state->rsp_type ==
+                        MAILIMAP_RESP_COND_STATE_OK;
+        try {
+            answered(i, ok);
+        } catch (...) {
+            mailimap_response_free(response);
+            close();  // the answers still due would be read as this one's
+            throw;
+        }
+        mailimap_response_free(response);
+    }
+}
+
+void ImapConnection::fetchHeadersPipelined(
+    const std::vector<std::pair<std::uint32_t, std::uint32_t>>& ranges, const QByteArray& fields,
+    const std::function<void(std::vector<FetchedMessage>&&)>& each) {
+    std::vector<QByteArray> commands;
+    const QByteArray items = "(UID FLAGS INTERNALDATE BODY.PEEK[HEADER.FIELDS (" + fields + ")])";
+    for (auto [first, last] : ranges) {
+        commands.push_back("FETCH " + QByteArray::number(first) + ':' + QByteArray::number(last) +
+                           ' ' + items);
+    }
+    pipeline(commands, QStringLiteral("message list"), [&](std::size_t, bool ok) {
+        if (!ok) {
+            check(MAILIMAP_ERROR_FETCH, QStringLiteral("message list"));
+        }
+        FetchList result(imap_->imap_response_info != nullptr
+                             ? imap_->imap_response_info->rsp_fetch_list
+                             : nullptr);
+        if (imap_->imap_response_info != nullptr) {
+            imap_->imap_response_info->rsp_fetch_list = nullptr;
+        }
+        each(messagesOf(result.p));
+    });
+}
+
 std::vector<FetchedMessage> ImapConnection::fetchHeadersByUid(const UidList& uids,
                                                               const QByteArray& fields) {
     if (uids.empty()) {
@@ -594,6 +673,46 @@ void ImapConnection::expunge(const UidList& uids) {
     ++commands_;
     ImapSet set(setOf(uids));
     check(mailimap_uid_expunge(imap_, set.p), QStringLiteral("deleting messages"));
+}
+
+std::vector<QString> ImapConnection::deleteSets(const std::vector<UidList>& sets) {
+    std::vector<QString> refused(sets.size());
+    const auto noteRefusal = [&](std::size_t set) {
+        const QString said = serverSaid();
+        refused[set] =
+            said.isEmpty()
+                ? QStringLiteral("The server %1 refused a command (deleting messages).")
+                      .arg(account_.host)
+                : QStringLiteral("The server %1 refused a command (deleting messages): %2")
+                      .arg(account_.host, said);
+    };
+    std::vector<QByteArray> texts;
+    std::vector<QByteArray> stores;
+    for (const UidList& uids : sets) {
+        texts.push_back(uidSetText(uids));
+        stores.push_back("UID STORE " + texts.back() + " +FLAGS.SILENT (\\Deleted)");
+    }
+    // Dovecot runs pipelined commands side by side: an EXPUNGE written together with its STORE
+    // can miss the flags that STORE sets. So every STORE is answered before any EXPUNGE goes.
+    pipeline(stores, QStringLiteral("marking messages as deleted"), [&](std::size_t i, bool ok) {
+        if (!ok) {
+            noteRefusal(i);
+        }
+    });
+    std::vector<QByteArray> expunges;
+    std::vector<std::size_t> setOf;
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        if (refused[i].isEmpty()) {
+            expunges.push_back("UID EXPUNGE " + texts[i]);
+            setOf.push_back(i);
+        }
+    }
+    pipeline(expunges, QStringLiteral("deleting messages"), [&](std::size_t i, bool ok) {
+        if (!ok) {
+            noteRefusal(setOf[i]);
+        }
+    });
+    return refused;
 }
 
 void ImapConnection::create(const QByteArray& mailbox, const QByteArray& specialUse) {

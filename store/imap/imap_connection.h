@@ -14,9 +14,9 @@
 
 struct mailimap;
 
-// One signed-in IMAP connection over libetpan: the commands the store needs, each one round trip,
-// each read bounded by a time-out. Every failure is a tf::Failure; a dropped connection is a
-// ConnectionLost, after which open() may be called again.
+// One signed-in IMAP connection over libetpan: the commands the store needs, each one round trip
+// unless it says it pipelines several, each read bounded by a time-out. Every failure is a
+// tf::Failure; a dropped connection is a ConnectionLost, after which open() may be called again.
 namespace tf::store::imap {
 
 using Uid = std::uint32_t;
@@ -104,11 +104,21 @@ class ImapConnection {
     // The whole message, without marking it as read; empty when it is gone.
     QByteArray fetchMessage(Uid uid);
 
+    // The same for several ranges, written in one go: one round trip however many there are.
+    // Each range's messages are handed to `each` as its answer is read, in order.
+    void fetchHeadersPipelined(const std::vector<std::pair<std::uint32_t, std::uint32_t>>& ranges,
+                               const QByteArray& fields,
+                               const std::function<void(std::vector<FetchedMessage>&&)>& each);
+
     CopiedUids move(const UidList& uids, const QByteArray& to);
     CopiedUids copy(const UidList& uids, const QByteArray& to);
     void markDeleted(const UidList& uids);
     // UID EXPUNGE of exactly these UIDs.
     void expunge(const UidList& uids);
+    // For each set, UID STORE +FLAGS.SILENT (\Deleted) and UID EXPUNGE of exactly those UIDs:
+    // every STORE written in one go, then every EXPUNGE, so two round trips in all. Returns, for
+    // each set, an empty text when the server did both, else what it said.
+    std::vector<QString> deleteSets(const std::vector<UidList>& sets);
     void create(const QByteArray& mailbox, const QByteArray& specialUse = {});
     void remove(const QByteArray& mailbox);
 
@@ -123,6 +133,10 @@ class ImapConnection {
     // Turns a libetpan result into a Failure; does nothing for success.
     void check(int result, const QString& what);
     QString serverSaid() const;
+    // Writes the commands, each with its own tag, in one go, then reads their answers in order;
+    // answered(i, ok) sees each while libetpan still holds what came with it.
+    void pipeline(const std::vector<QByteArray>& commands, const QString& what,
+                  const std::function<void(std::size_t, bool)>& answered);
 
     ImapAccount account_;
     SecretSource secret_;

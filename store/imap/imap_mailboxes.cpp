@@ -287,8 +287,15 @@ Mailbox& ImapMailboxes::messagesOf(const QByteArray& key) {
     if (box.noSelect) {
         box.loaded = true;
     }
-    if (!box.loaded) {
-        readMessages(box);
+    if (!box.loaded && !box.reading) {
+        box.reading = true;
+        try {
+            readMessages(box);
+        } catch (...) {
+            box.reading = false;
+            throw;
+        }
+        box.reading = false;
     }
     return box;
 }
@@ -299,26 +306,45 @@ void ImapMailboxes::readMessages(Mailbox& box) {
         const SelectedMailbox selected = connection_->select(box.key);
         box.uidNext = selected.uidNext;
         box.messages.clear();
+        box.messages.reserve(selected.exists);
         box.uidValidity = selected.uidValidity;
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> ranges;
         for (std::uint32_t first = 1; first <= selected.exists;
              first += batching_.messagesPerFetch) {
-            const std::uint32_t last =
-                std::min<std::uint32_t>(selected.exists, first + batching_.messagesPerFetch - 1);
-            for (FetchedMessage& fetched : connection_->fetchHeaders(first, last, kHeaderFields)) {
-                const maildir::MessageHeaders headers = maildir::parseHeaders(fetched.headers);
-                MessageRow row;
-                row.uid = fetched.uid;
-                row.id = entryIdOf(box.key, box.uidValidity, fetched.uid);
-                if (const auto original = originalOf_.find(row.id); original != originalOf_.end()) {
-                    row.id = original->second;
-                }
-                row.subject = headers.subject;
-                row.sender = headers.sender;
-                const qint64 when = headers.date ? *headers.date : fetched.internalDate;
-                row.received = when != 0 ? toOleDate(QDateTime::fromSecsSinceEpoch(when)) : kNoDate;
-                row.unread = !fetched.seen;
-                box.messages.append(std::move(row));
-            }
+            ranges.emplace_back(
+                first,
+                std::min<std::uint32_t>(selected.exists, first + batching_.messagesPerFetch - 1));
+        }
+        // The chunks are asked for a few at a time, each taken in as its answer arrives; the
+        // window runs its events only between such groups, when no answer is outstanding, so
+        // that nothing it does can send a command into the middle of them.
+        constexpr std::size_t kChunksAtOnce = 4;
+        for (std::size_t from = 0; from < ranges.size(); from += kChunksAtOnce) {
+            const std::vector<std::pair<std::uint32_t, std::uint32_t>> group(
+                ranges.begin() + static_cast<std::ptrdiff_t>(from),
+                ranges.begin() +
+                    static_cast<std::ptrdiff_t>(std::min(ranges.size(), from + kChunksAtOnce)));
+            connection_->fetchHeadersPipelined(
+                group, kHeaderFields, [&](std::vector<FetchedMessage>&& chunk) {
+                    for (FetchedMessage& fetched : chunk) {
+                        const maildir::MessageHeaders headers =
+                            maildir::parseHeaders(fetched.headers);
+                        MessageRow row;
+                        row.uid = fetched.uid;
+                        row.id = entryIdOf(box.key, box.uidValidity, fetched.uid);
+                        if (const auto original = originalOf_.find(row.id);
+                            original != originalOf_.end()) {
+                            row.id = original->second;
+                        }
+                        row.subject = headers.subject;
+                        row.sender = headers.sender;
+                        const qint64 when = headers.date ? *headers.date : fetched.internalDate;
+                        row.received =
+                            when != 0 ? toOleDate(QDateTime::fromSecsSinceEpoch(when)) : kNoDate;
+                        row.unread = !fetched.seen;
+                        box.messages.append(std::move(row));
+                    }
+                });
             yieldNow();
         }
         box.loaded = true;
@@ -440,7 +466,7 @@ void ImapMailboxes::removeAt(const QByteArray& folder, long position) {
     box.messages.erase(QString(row.id));
     if (grouping_ == 0) {
         flushAll();
-    } else if (deletes_[folder].size() >= batching_.uidsPerCommand) {
+    } else if (deletes_[folder].size() >= batching_.uidsPerCommand * batching_.setsPerWrite) {
         if (folder == trashKey_) {
             flushMoves({});
         }
@@ -669,21 +695,37 @@ void ImapMailboxes::flushDeletes(const QByteArray& only) {
             noteFailed(key, unknown,
                        QStringLiteral("The server did not say where it put the moved messages."));
         }
-        for (const std::vector<PendingDelete>& part : chunks(ready, batching_.uidsPerCommand)) {
-            UidList uids;
-            std::vector<QString> subjects;
-            for (const PendingDelete& item : part) {
-                uids.push_back(item.uid);
-                subjects.push_back(item.subject);
+        const auto parts = chunks(ready, batching_.uidsPerCommand);
+        for (const auto& group : chunks(parts, std::max<std::size_t>(1, batching_.setsPerWrite))) {
+            std::vector<UidList> sets;
+            std::vector<std::vector<QString>> subjects;
+            for (const std::vector<PendingDelete>& part : group) {
+                UidList& uids = sets.emplace_back();
+                std::vector<QString>& names = subjects.emplace_back();
+                for (const PendingDelete& item : part) {
+                    uids.push_back(item.uid);
+                    names.push_back(item.subject);
+                }
             }
+            std::vector<QString> refused;
             try {
-                withReconnect([&] {
+                // Deleting what is already gone changes nothing, so a retry is safe.
+                refused = withReconnect([&] {
                     selectChecked(box);
-                    connection_->markDeleted(uids);
-                    connection_->expunge(uids);
+                    return connection_->deleteSets(sets);
                 });
             } catch (const Failure& failure) {
-                noteFailed(key, subjects, failure.description());
+                std::vector<QString> everyOne;
+                for (const std::vector<QString>& names : subjects) {
+                    everyOne.insert(everyOne.end(), names.begin(), names.end());
+                }
+                noteFailed(key, everyOne, failure.description());
+                continue;
+            }
+            for (std::size_t i = 0; i < refused.size(); ++i) {
+                if (!refused[i].isEmpty()) {
+                    noteFailed(key, subjects[i], refused[i]);
+                }
             }
             yieldNow();
         }

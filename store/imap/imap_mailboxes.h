@@ -26,15 +26,21 @@ struct Mailbox {
     std::vector<QByteArray> children;  // the Inbox first, then by name as shown
     // The messages, read on first use; stale after a failed change, read again then.
     bool loaded = false;
+    // Set while its messages are read: the window may run its events between chunks, and what it
+    // asks of the folder meanwhile is answered from what has arrived instead of a second read.
+    bool reading = false;
     std::uint32_t uidValidity = 0;
     std::uint32_t uidNext = 0;  // when it was read
     MessageList messages;
 };
 
-// The limits of one command: a few hundred UIDs per change, a few thousand messages per FETCH.
+// The limits of one command: a few hundred UIDs per change, a few thousand messages per FETCH;
+// and how many sets of changes are written before their answers are read, so that a run over a
+// distant server waits for one round trip per folder rather than one per command.
 struct Batching {
     std::size_t uidsPerCommand = 800;
     std::uint32_t messagesPerFetch = 5000;
+    std::size_t setsPerWrite = 4;
 };
 
 class ImapMailboxes {

@@ -1,5 +1,7 @@
 #include "store/imap/message_list.h"
 
+#include <algorithm>
+
 namespace tf::store::imap {
 
 void MessageList::mark(std::size_t slot, int delta) {
@@ -8,10 +10,10 @@ void MessageList::mark(std::size_t slot, int delta) {
     }
 }
 
-void MessageList::rebuild() {
+void MessageList::rebuild(std::size_t capacity) {
     // Dead slots go, and the tree is made again in O(n).
     std::vector<Slot> kept;
-    kept.reserve(live_ * 2 + 16);
+    kept.reserve(std::max(capacity, live_));
     slotOf_.clear();
     for (Slot& slot : slots_) {
         if (slot.live) {
@@ -78,12 +80,19 @@ long MessageList::positionOf(const QString& id) const {
     return before;
 }
 
+void MessageList::reserve(std::size_t rows) {
+    if (rows + 1 > tree_.size()) {
+        rebuild(rows);
+        slotOf_.reserve(rows);
+    }
+}
+
 void MessageList::append(MessageRow row) {
     if (slotOf_.count(row.id) != 0) {
         return;
     }
     if (slots_.size() + 1 >= tree_.size()) {
-        rebuild();
+        rebuild(live_ * 2 + 16);
     }
     slotOf_[row.id] = slots_.size();
     slots_.push_back({std::move(row), true});

@@ -33,6 +33,9 @@ class MessageList {
     MessageRow* find(const QString& id);
     // The 0-based position of a listed message; -1 when it is not listed.
     long positionOf(const QString& id) const;
+    // Room for this many rows in all, so that a folder read at once takes no more memory than
+    // its rows need.
+    void reserve(std::size_t rows);
     void append(MessageRow row);
     void erase(const QString& id);
     void clear();
@@ -42,7 +45,8 @@ class MessageList {
   private:
     void mark(std::size_t slot, int delta);
     std::size_t slotAt(long position) const;
-    void rebuild();
+    // Drops dead slots and makes the tree again, with room for at least `capacity` slots.
+    void rebuild(std::size_t capacity);
 
     struct Slot {
         MessageRow row;

@@ -1,0 +1,178 @@
+// Reads and changes that travel in few round trips, against a real Dovecot behind a counting
+// proxy: every chunk of a folder asked for in one write, deletions written a few sets at a time,
+// and exactly the chosen messages gone also when the connection breaks inside such a write.
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include "outlook/constants.h"
+#include "store/imap/imap_store.h"
+#include "store/maildir/maildir_writer.h"
+#include "tests/support/dovecot_server.h"
+#include "tests/support/imap_test_client.h"
+#include "tests/support/tcp_proxy.h"
+#include "tests/support/temp_home.h"
+
+namespace tf::store::imap {
+namespace {
+
+using outlook::StorePtr;
+
+constexpr int kMessages = 2400;
+
+// The n of each "report-n@example.org" among the Message-IDs.
+std::multiset<int> reportNumbers(const QStringList& messageIds) {
+    static const QRegularExpression number(QStringLiteral("report-(\\d+)@"));
+    std::multiset<int> out;
+    for (const QString& id : messageIds) {
+        const QRegularExpressionMatch match = number.match(id);
+        EXPECT_TRUE(match.hasMatch()) << id.toStdString();
+        out.insert(match.captured(1).toInt());
+    }
+    return out;
+}
+
+// The n of a "Report n" subject.
+int reportNumber(const QString& subject) {
+    return subject.section(QLatin1Char(' '), 1).toInt();
+}
+
+class ImapBatchesTest : public ::testing::Test {
+  protected:
+    // An Inbox of kMessages messages "Report 1".. written before the server starts, and a
+    // proxy in front of the server that counts round trips.
+    void SetUp() override {
+        ASSERT_TRUE(dir_.isValid());
+        const QString where = dir_.filePath(QStringLiteral("server"));
+        QDir().mkpath(where);
+        server_ = std::make_unique<testing::DovecotServer>(where);
+        maildir::MaildirWriter writer(server_->mailDir());
+        writer.addFolder(QStringLiteral(".Trash"));
+        const QDateTime start(QDate(2020, 1, 1), QTime(10, 0));
+        for (int i = 1; i <= kMessages; ++i) {
+            maildir::MailToWrite mail;
+            mail.subject = QStringLiteral("Report %1").arg(i);
+            mail.senderName = QStringLiteral("Ann Jensen");
+            mail.date = start.addSecs(i * 60);
+            mail.messageId = QStringLiteral("report-%1@example.org").arg(i);
+            mail.body = QStringLiteral("Hello.");
+            writer.deliver(QString(), maildir::composeMail(mail), 1600000000 + i, std::nullopt);
+        }
+        testing::DovecotServer::giveToMailUser(where + QStringLiteral("/home"));
+        QString why;
+        ASSERT_TRUE(server_->start(why)) << why.toStdString();
+        proxy_ = std::make_unique<testing::TcpProxy>(server_->imapPort());
+        ASSERT_NE(proxy_->port(), 0);
+    }
+
+    StorePtr openThroughProxy(Batching batching, int timeoutSeconds = 30) {
+        ImapAccount account;
+        account.user = QStringLiteral("ann");
+        account.host = QStringLiteral("127.0.0.1");
+        account.port = proxy_->port();
+        account.tls = TlsMode::None;
+        account.displayName = QStringLiteral("ann@127.0.0.1");
+        auto connection = std::make_unique<ImapConnection>(
+            account, [] { return QByteArray("secret"); }, timeoutSeconds);
+        return openImapStore(std::move(connection), batching);
+    }
+
+    // Removes for good, in one change group, every message whose number is not a multiple of
+    // six: 2,000 UIDs with a gap after every five.
+    static void removeAllButEverySixth(const StorePtr& store) {
+        auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+        store->beginChanges();
+        for (long i = inbox->Count(); i >= 1; --i) {
+            if (reportNumber(inbox->Item(i)->Subject()) % 6 != 0) {
+                inbox->Remove(i);
+            }
+        }
+        store->endChanges();
+    }
+
+    // What the server holds afterwards: the multiples of six in the Inbox, once each, and
+    // nothing in Trash.
+    void expectOnlyEverySixthLeft() {
+        testing::ImapTestClient check(server_->imapPort());
+        std::multiset<int> expected;
+        for (int n = 6; n <= kMessages; n += 6) {
+            expected.insert(n);
+        }
+        const std::multiset<int> left = reportNumbers(check.messageIds("INBOX"));
+        std::vector<int> missing, extra;
+        std::set_difference(expected.begin(), expected.end(), left.begin(), left.end(),
+                            std::back_inserter(missing));
+        std::set_difference(left.begin(), left.end(), expected.begin(), expected.end(),
+                            std::back_inserter(extra));
+        EXPECT_TRUE(missing.empty()) << missing.size() << " deleted that were not chosen, from "
+                                     << (missing.empty() ? 0 : missing.front());
+        EXPECT_TRUE(extra.empty()) << extra.size() << " chosen but still there, from "
+                                   << (extra.empty() ? 0 : extra.front());
+        EXPECT_TRUE(check.messageIds("Trash").isEmpty());
+    }
+
+    testing::TempHome home_;
+    QTemporaryDir dir_;
+    std::unique_ptr<testing::DovecotServer> server_;
+    std::unique_ptr<testing::TcpProxy> proxy_;
+};
+
+TEST_F(ImapBatchesTest, AFolderIsReadInOneRoundTripAfterItsSelectHoweverManyChunksItTakes) {
+    Batching batching;
+    batching.messagesPerFetch = 300;  // eight chunks
+    StorePtr store = openThroughProxy(batching);
+    proxy_->resetCounters();
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), kMessages);
+    // SELECT, then the eight FETCH commands written together.
+    EXPECT_LE(proxy_->roundTrips(), 2);
+    // Every message once, in the server's order: no chunk's answer taken for another's.
+    long outOfPlace = 0;
+    for (long i = 1; i <= inbox->Count(); ++i) {
+        outOfPlace += reportNumber(inbox->Item(i)->Subject()) != i ? 1 : 0;
+    }
+    EXPECT_EQ(outOfPlace, 0);
+}
+
+TEST_F(ImapBatchesTest, DeletionsGoOutAFewSetsPerWriteAndTakeExactlyTheChosenMessages) {
+    Batching batching;
+    batching.uidsPerCommand = 100;
+    batching.setsPerWrite = 4;
+    StorePtr store = openThroughProxy(batching);
+    ASSERT_EQ(store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), kMessages);
+    proxy_->resetCounters();
+    const long before = imapCommandsSent(store);
+    removeAllButEverySixth(store);
+    // Twenty sets of at most 100 UIDs, each one STORE and one UID EXPUNGE; four sets at a time,
+    // their STOREs written together, then their EXPUNGEs: ten round trips where one per
+    // command would take forty.
+    EXPECT_EQ(imapCommandsSent(store) - before, 40);
+    EXPECT_LE(proxy_->roundTrips(), 10);
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), kMessages / 6);
+    expectOnlyEverySixthLeft();
+}
+
+TEST_F(ImapBatchesTest, ACutInsideAWrittenBatchIsSentAgainAndStillTakesExactlyTheChosen) {
+    Batching batching;
+    batching.uidsPerCommand = 100;
+    batching.setsPerWrite = 4;
+    StorePtr store = openThroughProxy(batching, 3);
+    ASSERT_EQ(store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), kMessages);
+    // The first write's answers alone are some 6,000 bytes of EXPUNGE lines.
+    proxy_->cutAfter(3000);
+    removeAllButEverySixth(store);
+    EXPECT_EQ(proxy_->cuts(), 1);
+    EXPECT_EQ(proxy_->connectionsAccepted(), 2);
+    expectOnlyEverySixthLeft();
+    EXPECT_EQ(store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), kMessages / 6);
+}
+
+}  // namespace
+}  // namespace tf::store::imap
