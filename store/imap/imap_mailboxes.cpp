@@ -318,12 +318,12 @@ void ImapMailboxes::readMessages(Mailbox& box) {
         // The chunks are asked for a few at a time, each taken in as its answer arrives; the
         // window runs its events only between such groups, when no answer is outstanding, so
         // that nothing it does can send a command into the middle of them.
-        constexpr std::size_t kChunksAtOnce = 4;
-        for (std::size_t from = 0; from < ranges.size(); from += kChunksAtOnce) {
+        const std::size_t atOnce = std::max<std::size_t>(batching_.fetchesPerWrite, 1);
+        for (std::size_t from = 0; from < ranges.size(); from += atOnce) {
             const std::vector<std::pair<std::uint32_t, std::uint32_t>> group(
                 ranges.begin() + static_cast<std::ptrdiff_t>(from),
                 ranges.begin() +
-                    static_cast<std::ptrdiff_t>(std::min(ranges.size(), from + kChunksAtOnce)));
+                    static_cast<std::ptrdiff_t>(std::min(ranges.size(), from + atOnce)));
             connection_->fetchHeadersPipelined(
                 group, kHeaderFields, [&](std::vector<FetchedMessage>&& chunk) {
                     for (FetchedMessage& fetched : chunk) {

@@ -41,6 +41,8 @@ struct Batching {
     std::size_t uidsPerCommand = 800;
     std::uint32_t messagesPerFetch = 5000;
     std::size_t setsPerWrite = 4;
+    // A folder's FETCH chunks asked for together; the window's events run between such groups.
+    std::size_t fetchesPerWrite = 4;
 };
 
 class ImapMailboxes {

@@ -124,15 +124,16 @@ class ImapBatchesTest : public ::testing::Test {
     std::unique_ptr<testing::TcpProxy> proxy_;
 };
 
-TEST_F(ImapBatchesTest, AFolderIsReadInOneRoundTripAfterItsSelectHoweverManyChunksItTakes) {
+TEST_F(ImapBatchesTest, AFolderIsReadFourChunksToARoundTripInTheServersOrder) {
     Batching batching;
     batching.messagesPerFetch = 300;  // eight chunks
+    batching.fetchesPerWrite = 4;
     StorePtr store = openThroughProxy(batching);
     proxy_->resetCounters();
     auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
     ASSERT_EQ(inbox->Count(), kMessages);
-    // SELECT, then the eight FETCH commands written together.
-    EXPECT_LE(proxy_->roundTrips(), 2);
+    // SELECT, then the FETCH commands written four at a time.
+    EXPECT_LE(proxy_->roundTrips(), 3);
     // Every message once, in the server's order: no chunk's answer taken for another's.
     long outOfPlace = 0;
     for (long i = 1; i <= inbox->Count(); ++i) {
