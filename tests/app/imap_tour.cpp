@@ -37,6 +37,7 @@
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
 #include "tests/support/test_certificates.h"
+#include "tests/support/tour_answerer.h"
 #include "tests/support/tree_view_clicks.h"
 
 namespace {
@@ -120,33 +121,6 @@ bool pictureOfTheProgram(const QString& program, const QString& location, const 
     return true;
 }
 
-// Answers the message boxes with OK or Yes, after a picture of the one that reports the run.
-class Answerer : public QObject {
-  public:
-    Answerer() {
-        timer_.setInterval(50);
-        connect(&timer_, &QTimer::timeout, this, [this] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (box == nullptr || answering_) {
-                return;
-            }
-            answering_ = true;
-            qInfo("answering: %s", qPrintable(box->text().simplified()));
-            if (box->text().contains(QStringLiteral("were moved"))) {
-                shot(QStringLiteral("imap-3-run-done"));
-            }
-            box->done(box->standardButtons().testFlag(QMessageBox::Yes) ? QMessageBox::Yes
-                                                                        : QMessageBox::Ok);
-            answering_ = false;
-        });
-        timer_.start();
-    }
-
-  private:
-    QTimer timer_;
-    bool answering_ = false;
-};
-
 // Clicks the folder's caption, as a person does to see its messages.
 void showFolder(QTreeView& tree, const QString& name) {
     const QModelIndex index = tf::testing::folderIndex(*tree.model(), name);
@@ -222,7 +196,13 @@ int main(int argc, char* argv[]) {
 
     {
         // Put together as main() does for --store.
-        Answerer answerer;
+        // Yes or OK to every box, after a picture of the one that reports the run.
+        tf::testing::TourAnswerer answerer([](const QString& text) {
+            qInfo("answering: %s", qPrintable(text.simplified()));
+            if (text.contains(QStringLiteral("were moved"))) {
+                shot(QStringLiteral("imap-3-run-done"));
+            }
+        });
         tf::QtYield serverYield;
         tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath(),
                                              {nullptr, nullptr, [&] { serverYield.yield(); }});

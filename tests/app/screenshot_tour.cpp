@@ -26,6 +26,7 @@
 #include "app/widgets/message_window.h"
 #include "store/local/local_store.h"
 #include "store/store_locator.h"
+#include "tests/support/tour_answerer.h"
 #include "tests/support/tree_view_clicks.h"
 
 namespace {
@@ -80,33 +81,6 @@ QModelIndex folderToClean(const QAbstractItemModel& model) {
     return best;
 }
 
-// Answers the message boxes: OK or Yes, after a picture of the summary.
-class Answerer : public QObject {
-  public:
-    Answerer() {
-        timer_.setInterval(50);
-        connect(&timer_, &QTimer::timeout, this, [this] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (box == nullptr || answering_) {
-                return;
-            }
-            answering_ = true;
-            if (box->text().contains(QStringLiteral("were moved")) ||
-                box->text().contains(QStringLiteral("were deleted"))) {
-                shot(QStringLiteral("3-summary"));
-            }
-            box->done(box->standardButtons().testFlag(QMessageBox::Yes) ? QMessageBox::Yes
-                                                                        : QMessageBox::Ok);
-            answering_ = false;
-        });
-        timer_.start();
-    }
-
-  private:
-    QTimer timer_;
-    bool answering_ = false;
-};
-
 // Clicks the first link to `ending` on the help page, where it is drawn.
 bool clickLink(QTextBrowser& page, const QString& ending) {
     for (QTextBlock block = page.document()->begin(); block.isValid(); block = block.next()) {
@@ -145,8 +119,13 @@ int main(int argc, char* argv[]) {
     outDir = parser.value(outOption);
     prefix = parser.value(nameOption);
     QDir().mkpath(outDir);
-
-    Answerer answerer;
+    // Yes or OK to every box, after a picture of the summary.
+    tf::testing::TourAnswerer answerer([](const QString& text) {
+        if (text.contains(QStringLiteral("were moved")) ||
+            text.contains(QStringLiteral("were deleted"))) {
+            shot(QStringLiteral("3-summary"));
+        }
+    });
     tf::store::StoreApplicationSource source({storePath}, storePath);
     tf::frmMessageBox messageWindow;
     messageWindow.show();

@@ -26,6 +26,7 @@
 #include "store/maildir/maildir_writer.h"
 #include "store/store_locator.h"
 #include "store/store_opener.h"
+#include "tests/support/tour_answerer.h"
 #include "tests/support/tree_view_clicks.h"
 
 namespace {
@@ -67,35 +68,6 @@ void makeMaildir(const QString& root) {
                        i % 3 == 0 ? std::optional<QString>() : QStringLiteral("S"));
     }
 }
-
-// Answers the message boxes with OK or Yes, after a picture of those worth seeing.
-class Answerer : public QObject {
-  public:
-    Answerer() {
-        timer_.setInterval(50);
-        connect(&timer_, &QTimer::timeout, this, [this] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (box == nullptr || answering_) {
-                return;
-            }
-            answering_ = true;
-            const QString text = box->text();
-            if (text.contains(QStringLiteral("were moved"))) {
-                shot(QStringLiteral("stores-6-cleaned"));
-            } else if (text.startsWith(QStringLiteral("Quit"))) {
-                shot(QStringLiteral("stores-7-quit"));
-            }
-            box->done(box->standardButtons().testFlag(QMessageBox::Yes) ? QMessageBox::Yes
-                                                                        : QMessageBox::Ok);
-            answering_ = false;
-        });
-        timer_.start();
-    }
-
-  private:
-    QTimer timer_;
-    bool answering_ = false;
-};
 
 // Runs steps on the Open Store window once it is up.
 void withOpenStoreWindow(std::function<void(tf::frmOpenStore&)> steps) {
@@ -140,8 +112,14 @@ int main(int argc, char* argv[]) {
     }
     QDir(maildir).mkpath(QStringLiteral("../NotMail/cur"));
     const QString notMaildir = QDir(maildir).absoluteFilePath(QStringLiteral("../NotMail"));
-
-    Answerer answerer;
+    // Yes or OK to every box, after a picture of those worth seeing.
+    tf::testing::TourAnswerer answerer([](const QString& text) {
+        if (text.contains(QStringLiteral("were moved"))) {
+            shot(QStringLiteral("stores-6-cleaned"));
+        } else if (text.startsWith(QStringLiteral("Quit"))) {
+            shot(QStringLiteral("stores-7-quit"));
+        }
+    });
     // Put together as main() does without arguments.
     tf::store::LocatorStoreOpener opener(tf::store::defaultStorePath());
     tf::RememberedStores remembered;
