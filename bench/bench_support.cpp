@@ -1,8 +1,13 @@
 #include "bench/bench_support.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <cstdio>
+
+#include "common/failure.h"
 
 namespace tf::bench {
 
@@ -12,6 +17,19 @@ std::vector<Command>& registry() {
     return all;
 }
 }  // namespace
+
+std::unique_ptr<QTemporaryDir> scratchWithCache(const Options& options) {
+    const QString base = options.text(
+        QStringLiteral("dir"), QStandardPaths::writableLocation(QStandardPaths::TempLocation));
+    auto dir = std::make_unique<QTemporaryDir>(
+        QDir(base).filePath(QStringLiteral("tidyfold-bench-XXXXXX")));
+    if (!dir->isValid()) {
+        throw Failure(err::kPermissionDenied,
+                      QStringLiteral("Cannot make a folder in %1.").arg(base));
+    }
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(dir->filePath(QStringLiteral("cache"))));
+    return dir;
+}
 
 bool addCommand(Command command) {
     registry().push_back(std::move(command));

@@ -3,11 +3,14 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
 // What the subcommands of tidyfold-bench share: their registration, their arguments and the
 // "name: value" lines they print.
+class QTemporaryDir;
+
 namespace tf::bench {
 
 // One subcommand ("load", "clean", "maildir"). run() gets the arguments after the name and
@@ -39,6 +42,11 @@ class Options {
 };
 
 // Prints "name: value" with the value as given.
+// A scratch folder under --dir (the temporary folder by default), removed at the end, with the
+// user's cache folder pointed inside it, so that a run finds no cache and leaves none behind.
+// Throws tf::Failure when it cannot be made.
+std::unique_ptr<QTemporaryDir> scratchWithCache(const Options& options);
+
 void print(const char* name, double value);
 void print(const char* name, const QString& value);
 

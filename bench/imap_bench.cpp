@@ -356,14 +356,8 @@ int run(QStringList args) {
     Selection selection;
     selection.movesPerFolder = moves / static_cast<long>(mailboxNames().size());
     selection.scanOnly = scanOnly;
-    const QString base = options.text(
-        QStringLiteral("dir"), QStandardPaths::writableLocation(QStandardPaths::TempLocation));
-    QTemporaryDir dir(QDir(base).filePath(QStringLiteral("tidyfold-bench-XXXXXX")));
-    if (!dir.isValid()) {
-        throw Failure(err::kPermissionDenied,
-                      QStringLiteral("Cannot make a folder in %1.").arg(base));
-    }
-    qputenv("XDG_CACHE_HOME", QFile::encodeName(dir.filePath(QStringLiteral("cache"))));
+    const std::unique_ptr<QTemporaryDir> scratch = bench::scratchWithCache(options);
+    QTemporaryDir& dir = *scratch;
     bench::print("messages", static_cast<double>(messages));
     bench::print("server_cache", cold ? QStringLiteral("cold") : QStringLiteral("warm"));
 

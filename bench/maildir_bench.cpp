@@ -126,15 +126,8 @@ int run(const QStringList& args) {
         return 2;
     }
     const qint64 messages = options.number(QStringLiteral("messages"), 10000);
-    const QString base = options.text(
-        QStringLiteral("dir"), QStandardPaths::writableLocation(QStandardPaths::TempLocation));
-    QTemporaryDir dir(QDir(base).filePath(QStringLiteral("tidyfold-bench-XXXXXX")));
-    if (!dir.isValid()) {
-        throw Failure(err::kPermissionDenied,
-                      QStringLiteral("Cannot make a folder in %1.").arg(base));
-    }
-    // The header cache goes with the trees, so the first scan finds none and none is left behind.
-    qputenv("XDG_CACHE_HOME", QFile::encodeName(dir.filePath(QStringLiteral("cache"))));
+    const std::unique_ptr<QTemporaryDir> scratch = bench::scratchWithCache(options);
+    QTemporaryDir& dir = *scratch;
     const QString ours = dir.filePath(QStringLiteral("ours"));
     const QString floor = dir.filePath(QStringLiteral("floor"));
     bench::print("generate_s", bench::seconds([&] {
