@@ -14,6 +14,7 @@
 #include "outlook/constants.h"
 #include "store/maildir/maildir_names.h"
 #include "store/maildir/read_ahead.h"
+#include "store/maildir/unlink_batch.h"
 
 namespace tf::store::maildir {
 
@@ -38,11 +39,15 @@ QString nameText(const std::string& unique) {
                       .arg(nameText(unique)));
 }
 
+Failure fileFailureOf(const QString& what, const std::string& path, int error) {
+    return Failure(error == EACCES || error == EPERM || error == EROFS ? err::kPermissionDenied
+                                                                       : err::kAutomation,
+                   QStringLiteral("The operation failed. %1 %2 (%3).")
+                       .arg(what, QString::fromStdString(path), systemError(error)));
+}
+
 [[noreturn]] void fileFailure(const QString& what, const std::string& path, int error) {
-    throw Failure(error == EACCES || error == EPERM || error == EROFS ? err::kPermissionDenied
-                                                                      : err::kAutomation,
-                  QStringLiteral("The operation failed. %1 %2 (%3).")
-                      .arg(what, QString::fromStdString(path), systemError(error)));
+    throw fileFailureOf(what, path, error);
 }
 
 bool isRealDir(const std::string& path) {
@@ -374,6 +379,7 @@ void MaildirTree::rebuildFolders() {
 // A folder that is gone, or was deleted and made again by another program, is read afresh: the
 // open directories of the old one lead nowhere.
 void MaildirTree::forgetReplacedFolders() {
+    flushRemovals();
     for (auto it = messages_.begin(); it != messages_.end();) {
         auto node = folders_.find(it->first);
         bool same = node != folders_.end() && node->second.onDisk;
@@ -482,7 +488,13 @@ class MaildirTree::ListingAhead {
     std::optional<ReadAhead<FolderListing>> lister_;  // last: stops before the rest goes
 };
 
-MaildirTree::~MaildirTree() = default;
+MaildirTree::~MaildirTree() {
+    try {
+        flushRemovals();
+    } catch (...) {
+        // Nobody is left to tell; what was not deleted is still where it was.
+    }
+}
 
 void MaildirTree::startListingAhead(const std::string& first) {
     listedAhead_ = true;
@@ -498,6 +510,7 @@ void MaildirTree::startListingAhead(const std::string& first) {
 }
 
 void MaildirTree::rescan(const std::string& key, Messages& messages) {
+    flushRemovals();
     FolderListing listing;
     if (key != kTopKey) {
         const std::string dir = dirOf(key);
@@ -743,7 +756,133 @@ void MaildirTree::beginChanges() {
 
 void MaildirTree::endChanges() {
     grouping_ = false;
-    settle();
+    flushRemovals();
+    try {
+        settle();
+    } catch (const Failure& failure) {
+        failedRemovals_.insert(failedRemovals_.begin(), failure);
+    }
+    reportFailedRemovals();
+}
+
+void MaildirTree::queueRemoval(const std::string& folder, const IndexEntry& entry) {
+    // Enough to keep the disk busy, few enough that a failure is reported while the run goes on.
+    constexpr std::size_t kBatch = 4096;
+    queuedRemovals_.push_back(
+        {folder, entry, fileAt(folder, entry.inNew, entry.unique + entry.info)});
+    messages_[folder].index.erase(stemOf(entry.unique));
+    if (!entry.id.empty()) {
+        namedAt_.erase(entry.id);
+    }
+    if (queuedRemovals_.size() >= kBatch) {
+        flushRemovals();
+        reportFailedRemovals();
+    }
+}
+
+bool MaildirTree::unchangedSinceRead(const std::string& key, bool inNew) {
+    Messages& messages = messages_[key];
+    struct stat st {};
+    return ::fstat((inNew ? messages.fresh : messages.cur).fd(), &st) == 0 &&
+           sameTime(st.st_mtim, inNew ? messages.newTime : messages.curTime);
+}
+
+void MaildirTree::flushRemovals() {
+    // Each thread mostly waits for the disk, so more of them than cores pay off.
+    constexpr unsigned kThreads = 8;
+    if (queuedRemovals_.empty()) {
+        return;
+    }
+    const std::vector<QueuedRemoval> batch = std::exchange(queuedRemovals_, {});
+    // A directory another program has changed meanwhile is left to be read again, rather than
+    // its new time being taken for ours.
+    std::map<std::pair<std::string, bool>, bool> touched;
+    std::vector<UnlinkJob> jobs;
+    jobs.reserve(batch.size());
+    for (const QueuedRemoval& removal : batch) {
+        const auto where = std::make_pair(removal.folder, removal.entry.inNew);
+        if (touched.count(where) == 0) {
+            touched[where] = unchangedSinceRead(removal.folder, removal.entry.inNew);
+        }
+        jobs.push_back({removal.file.dir, removal.file.name});
+    }
+    const std::vector<int> errors = unlinkSideBySide(jobs, kThreads);
+    for (const auto& [where, unchanged] : touched) {
+        if (unchanged) {
+            noteOwnChange(where.first, where.second);
+        }
+    }
+    std::vector<const QueuedRemoval*> renamed;
+    std::set<std::string> lookAgain;
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+        if (errors[i] == 0) {
+            continue;
+        }
+        // Back in its folder's list: it is still there, or is looked for again from there.
+        const QueuedRemoval& removal = batch[i];
+        messages_[removal.folder].index.append(removal.entry);
+        if (!removal.entry.id.empty()) {
+            namedAt_[removal.entry.id] = {removal.folder, stemOf(removal.entry.unique)};
+        }
+        if (errors[i] == ENOENT) {
+            renamed.push_back(&removal);
+            lookAgain.insert(removal.folder);
+        } else {
+            failedRemovals_.push_back(fileFailureOf(QStringLiteral("Cannot delete the message"),
+                                                    pathOf(removal.folder, removal.entry),
+                                                    errors[i]));
+        }
+    }
+    for (const std::string& folder : lookAgain) {
+        rescan(folder, messages_[folder]);
+    }
+    for (const QueuedRemoval* removal : renamed) {
+        retryRemoval(*removal);
+    }
+}
+
+// Once more after a fresh look at its folder, when the file has changed its name (new flags)
+// meanwhile.
+void MaildirTree::retryRemoval(const QueuedRemoval& removal) {
+    try {
+        const IndexEntry entry = requireIn(removal.folder, removal.entry);
+        const FileAt file = fileAt(removal.folder, entry.inNew, entry.unique + entry.info);
+        if (::unlinkat(file.dir, file.name.c_str(), 0) != 0) {
+            const int error = errno;
+            if (error == ENOENT) {
+                messageGone(entry.unique);
+            }
+            fileFailure(QStringLiteral("Cannot delete the message"), pathOf(removal.folder, entry),
+                        error);
+        }
+        messages_[removal.folder].index.erase(stemOf(entry.unique));
+        if (!entry.id.empty()) {
+            namedAt_.erase(entry.id);
+        }
+        noteOwnChange(removal.folder, entry.inNew);
+    } catch (const Failure& failure) {
+        failedRemovals_.push_back(failure);
+    }
+}
+
+void MaildirTree::reportFailedRemovals() {
+    constexpr std::size_t kNamed = 10;
+    if (failedRemovals_.empty()) {
+        return;
+    }
+    const std::vector<Failure> failures = std::exchange(failedRemovals_, {});
+    if (failures.size() == 1) {
+        throw failures.front();
+    }
+    QStringList lines;
+    for (std::size_t i = 0; i < std::min(kNamed, failures.size()); ++i) {
+        lines << failures[i].description();
+    }
+    if (failures.size() > kNamed) {
+        lines << QStringLiteral("%1 more message(s) could not be deleted either.")
+                     .arg(failures.size() - kNamed);
+    }
+    throw Failure(failures.front().number(), lines.join(QStringLiteral("\r\n")));
 }
 
 void MaildirTree::noteUnreadable(const std::string& path) {
@@ -802,6 +941,10 @@ IndexEntry MaildirTree::movedEntry(const std::string& folder, const IndexEntry& 
 
 void MaildirTree::unlinkMessage(const std::string& folder, const IndexEntry& listed) {
     IndexEntry entry = requireIn(folder, listed);
+    if (grouping_) {
+        queueRemoval(folder, entry);
+        return;
+    }
     auto attempt = [&] {
         const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
         return ::unlinkat(file.dir, file.name.c_str(), 0) == 0 ? 0 : errno;
@@ -920,6 +1063,10 @@ void MaildirTree::removeAt(const std::string& folder, long position) {
     settle();
     Messages& messages = loaded(folder);
     const IndexEntry entry = messages.index.at(position);
+    if (grouping_) {
+        queueRemoval(folder, entry);
+        return;
+    }
     const FileAt file = fileAt(folder, entry.inNew, entry.unique + entry.info);
     if (::unlinkat(file.dir, file.name.c_str(), 0) != 0) {
         const int error = errno;
@@ -942,6 +1089,7 @@ void MaildirTree::removeAt(const std::string& folder, long position) {
 
 void MaildirTree::removeFolder(const std::string& parent, long position) {
     settle();
+    flushRemovals();
     const FolderNode* node = folder(parent);
     if (node == nullptr) {
         throw Failure(err::kAutomation,

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/failure.h"
 #include "store/maildir/dovecot_files.h"
 #include "store/maildir/header_cache.h"
 #include "store/maildir/header_prefetch.h"
@@ -92,6 +93,10 @@ class MaildirTree {
     // Between these two, a move to Deleted Items waits until the next change: when that change
     // deletes the same message for good, the two together are one unlink. Anything else carries
     // the waiting move out first, so a process killed meanwhile finds the message where it was.
+    // Deletions for good leave the folder's list at once but wait, a few thousand at most, to be
+    // done side by side; a process killed meanwhile leaves those files where they were. What
+    // could not be deleted is back in its folder's list and reported when its batch is done, by
+    // the change that filled the batch or by endChanges.
     void beginChanges();
     void endChanges();
 
@@ -147,6 +152,13 @@ class MaildirTree {
         IndexEntry to;  // as it will lie in Deleted Items
     };
 
+    // A deletion for good that waits for its batch; the file as it was named when asked for.
+    struct QueuedRemoval {
+        std::string folder;
+        IndexEntry entry;
+        FileAt file;
+    };
+
     void rebuildFolders();
     void ensureTrash();
     void forgetReplacedFolders();
@@ -173,6 +185,15 @@ class MaildirTree {
     IndexEntry movedEntry(const std::string& folder, const IndexEntry& entry);
     std::string freshUnique();
     void unlinkMessage(const std::string& folder, const IndexEntry& entry);
+    void queueRemoval(const std::string& folder, const IndexEntry& entry);
+    // Carries out the waiting deletions. Every call that closes a folder's open directories or
+    // lists a folder again comes here first, so the waiting names still mean what they meant.
+    // What failed is kept for reportFailedRemovals.
+    void flushRemovals();
+    void retryRemoval(const QueuedRemoval& removal);
+    void reportFailedRemovals();
+    // Whether a folder's cur/ (or new/) is as it was when last read or changed by us.
+    bool unchangedSinceRead(const std::string& key, bool inNew);
     std::optional<Location> moveToTrash(const std::string& folder, const IndexEntry& entry,
                                         bool mayRemakeTrash);
     void carryOut(const PendingMove& move);
@@ -201,6 +222,8 @@ class MaildirTree {
     std::set<std::string> ghosts_;
     std::optional<PendingMove> pending_;
     bool grouping_ = false;
+    std::vector<QueuedRemoval> queuedRemovals_;
+    std::vector<Failure> failedRemovals_;
     Skipped skipped_;
     // One folder is read ahead at a time, and each folder at most once per opening, so that a
     // run that goes back and forth between folders never starts a reader again and again.
