@@ -276,6 +276,13 @@ QByteArray uidSetText(const UidList& uids) {
 ImapConnection::ImapConnection(ImapAccount account, SecretSource secret, int timeoutSeconds)
     : account_(std::move(account)), secret_(std::move(secret)), timeoutSeconds_(timeoutSeconds) {}
 
+std::unique_ptr<ImapConnection> ImapConnection::twin() const {
+    // Asked for on this thread: the source may talk to the keyring or the window.
+    QByteArray secret = secret_();
+    return std::make_unique<ImapConnection>(
+        account_, [secret = std::move(secret)] { return secret; }, timeoutSeconds_);
+}
+
 ImapConnection::~ImapConnection() {
     close();
 }

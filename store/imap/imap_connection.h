@@ -79,6 +79,9 @@ class ImapConnection {
     // and reads the capabilities. Closes any earlier connection first.
     void open();
     bool isOpen() const { return imap_ != nullptr; }
+    // Another connection to the same account, not open yet, for work done side by side on a
+    // thread of its own: it signs in with the secret this one would use, asked for here.
+    std::unique_ptr<ImapConnection> twin() const;
     void close();
     const ImapAccount& account() const { return account_; }
 

@@ -9,6 +9,7 @@
 #include "common/failure.h"
 #include "outlook/constants.h"
 #include "outlook/object_model.h"
+#include "store/imap/side_by_side.h"
 #include "store/maildir/maildir_names.h"
 #include "store/maildir/message_headers.h"
 
@@ -668,6 +669,7 @@ CopiedUids ImapMailboxes::alreadyInTrash(Mailbox& box, const UidList& uids,
 }
 
 void ImapMailboxes::flushDeletes(const QByteArray& only) {
+    std::vector<std::pair<QByteArray, std::vector<PendingDelete>>> work;
     std::vector<QByteArray> keys;
     for (const auto& [key, list] : deletes_) {
         if (only.isEmpty() || key == only) {
@@ -677,11 +679,9 @@ void ImapMailboxes::flushDeletes(const QByteArray& only) {
     for (const QByteArray& key : keys) {
         const std::vector<PendingDelete> all = std::move(deletes_[key]);
         deletes_.erase(key);
-        auto found = folders_.find(key);
-        if (found == folders_.end()) {
+        if (folders_.count(key) == 0) {
             continue;
         }
-        Mailbox& box = found->second;
         std::vector<PendingDelete> ready;
         std::vector<QString> unknown;
         for (const PendingDelete& item : all) {
@@ -695,40 +695,132 @@ void ImapMailboxes::flushDeletes(const QByteArray& only) {
             noteFailed(key, unknown,
                        QStringLiteral("The server did not say where it put the moved messages."));
         }
-        const auto parts = chunks(ready, batching_.uidsPerCommand);
-        for (const auto& group : chunks(parts, std::max<std::size_t>(1, batching_.setsPerWrite))) {
-            std::vector<UidList> sets;
-            std::vector<std::vector<QString>> subjects;
-            for (const std::vector<PendingDelete>& part : group) {
-                UidList& uids = sets.emplace_back();
-                std::vector<QString>& names = subjects.emplace_back();
-                for (const PendingDelete& item : part) {
-                    uids.push_back(item.uid);
-                    names.push_back(item.subject);
-                }
-            }
-            std::vector<QString> refused;
-            try {
-                // Deleting what is already gone changes nothing, so a retry is safe.
-                refused = withReconnect([&] {
-                    selectChecked(box);
-                    return connection_->deleteSets(sets);
-                });
-            } catch (const Failure& failure) {
-                std::vector<QString> everyOne;
-                for (const std::vector<QString>& names : subjects) {
-                    everyOne.insert(everyOne.end(), names.begin(), names.end());
-                }
-                noteFailed(key, everyOne, failure.description());
-                continue;
-            }
-            for (std::size_t i = 0; i < refused.size(); ++i) {
-                if (!refused[i].isEmpty()) {
-                    noteFailed(key, subjects[i], refused[i]);
-                }
-            }
-            yieldNow();
+        if (!ready.empty()) {
+            work.emplace_back(key, std::move(ready));
         }
+    }
+    deleteSideBySide(work);
+    for (const auto& [key, ready] : work) {
+        deleteOnMain(key, ready);
+    }
+}
+
+void ImapMailboxes::deleteSideBySide(
+    std::vector<std::pair<QByteArray, std::vector<PendingDelete>>>& work) {
+    std::size_t total = 0;
+    std::vector<std::size_t> sizes;
+    for (const auto& [key, ready] : work) {
+        // A folder read again since its messages were chosen has no UIDVALIDITY to check here.
+        sizes.push_back(folders_[key].loaded ? ready.size() : 0);
+        total += ready.size();
+    }
+    const std::size_t connections = std::min(batching_.deleteConnections, work.size());
+    if (connections < 2 || total < batching_.sideBySideFrom) {
+        return;
+    }
+    const std::vector<std::size_t> taker = shareOut(sizes, connections);
+    const std::size_t perSet = batching_.uidsPerCommand;
+    const std::size_t setsPerGroup = std::max<std::size_t>(1, batching_.setsPerWrite);
+    SideBySide others;
+    std::vector<std::vector<std::size_t>> shares(connections);
+    try {
+        for (std::size_t c = 1; c < connections; ++c) {
+            std::vector<FolderDeletion> folders;
+            for (std::size_t f = 0; f < work.size(); ++f) {
+                if (taker[f] != c || sizes[f] == 0) {
+                    continue;
+                }
+                FolderDeletion& folder = folders.emplace_back();
+                folder.key = work[f].first;
+                folder.uidValidity = folders_[work[f].first].uidValidity;
+                for (const auto& group : chunks(chunks(work[f].second, perSet), setsPerGroup)) {
+                    std::vector<UidList>& sets = folder.groups.emplace_back();
+                    for (const std::vector<PendingDelete>& part : group) {
+                        UidList& uids = sets.emplace_back();
+                        for (const PendingDelete& item : part) {
+                            uids.push_back(item.uid);
+                        }
+                    }
+                }
+                shares[c].push_back(f);
+            }
+            if (!folders.empty()) {
+                others.add(connection_->twin(), std::move(folders));
+            }
+        }
+    } catch (const Failure&) {
+        return;  // no secret for another sign-in: the own connection does it all
+    }
+    others.run(
+        [&] {
+            for (std::size_t f = 0; f < work.size(); ++f) {
+                if (taker[f] == 0 || sizes[f] == 0) {
+                    deleteOnMain(work[f].first, work[f].second);
+                }
+            }
+        },
+        [this] { yieldNow(); });
+    extraCommands_ += others.commands();
+    // What the others left is the own connection's: from the first group not done whole.
+    std::vector<std::pair<QByteArray, std::vector<PendingDelete>>> left;
+    std::size_t share = 0;
+    for (std::size_t c = 1; c < connections; ++c) {
+        if (shares[c].empty()) {
+            continue;
+        }
+        const std::vector<FolderDeletion>& results = others.results()[share++];
+        for (std::size_t k = 0; k < shares[c].size(); ++k) {
+            const auto& [key, ready] = work[shares[c][k]];
+            const std::size_t from = results[k].groupsDone * perSet * setsPerGroup;
+            if (from < ready.size()) {
+                left.emplace_back(
+                    key, std::vector<PendingDelete>(
+                             ready.begin() + static_cast<std::ptrdiff_t>(from), ready.end()));
+            }
+        }
+    }
+    work = std::move(left);
+}
+
+void ImapMailboxes::deleteOnMain(const QByteArray& key, const std::vector<PendingDelete>& ready) {
+    auto found = folders_.find(key);
+    if (found == folders_.end()) {
+        return;
+    }
+    Mailbox& box = found->second;
+    const auto parts = chunks(ready, batching_.uidsPerCommand);
+    for (const auto& group : chunks(parts, std::max<std::size_t>(1, batching_.setsPerWrite))) {
+        std::vector<UidList> sets;
+        std::vector<std::vector<QString>> subjects;
+        for (const std::vector<PendingDelete>& part : group) {
+            UidList& uids = sets.emplace_back();
+            std::vector<QString>& names = subjects.emplace_back();
+            for (const PendingDelete& item : part) {
+                uids.push_back(item.uid);
+                names.push_back(item.subject);
+            }
+        }
+        std::vector<QString> refused;
+        try {
+            // Deleting what is already gone changes nothing, so a retry is safe.
+            refused = withReconnect([&] {
+                selectChecked(box);
+                return connection_->deleteSets(sets);
+            });
+        } catch (const Failure& failure) {
+            std::vector<QString> everyOne;
+            for (const std::vector<QString>& names : subjects) {
+                everyOne.insert(everyOne.end(), names.begin(), names.end());
+            }
+            noteFailed(key, everyOne, failure.description());
+            continue;
+        }
+        for (std::size_t i = 0; i < refused.size(); ++i) {
+            if (!refused[i].isEmpty()) {
+                noteFailed(key, subjects[i], refused[i]);
+            }
+        }
+        yieldNow();
     }
 }
 

@@ -43,6 +43,11 @@ struct Batching {
     std::size_t setsPerWrite = 4;
     // A folder's FETCH chunks asked for together; the window's events run between such groups.
     std::size_t fetchesPerWrite = 4;
+    // Connections that delete for good side by side at the end of a change group, each taking
+    // whole folders (1: the store's own connection alone), and the fewest messages worth
+    // signing in again for.
+    std::size_t deleteConnections = 3;
+    std::size_t sideBySideFrom = 2000;
 };
 
 class ImapMailboxes {
@@ -89,7 +94,7 @@ class ImapMailboxes {
     void endChanges();
 
     // Commands sent so far, for the benchmark.
-    long commands() const { return connection_->commands(); }
+    long commands() const { return connection_->commands() + extraCommands_; }
 
     // Called between the chunks of a long fetch and between queued commands, so that a window
     // can run its events meanwhile (none: nothing is called).
@@ -134,6 +139,11 @@ class ImapMailboxes {
     // time among those that came there since `since`; each with its UID there.
     CopiedUids alreadyInTrash(Mailbox& box, const UidList& uids, const TrashMark& since);
     void flushDeletes(const QByteArray& folder);
+    // One folder's deletions on the store's own connection.
+    void deleteOnMain(const QByteArray& key, const std::vector<PendingDelete>& ready);
+    // Hands whole folders to extra connections and does the own connection's share meanwhile;
+    // what the others left undone stays in `work` for the own connection.
+    void deleteSideBySide(std::vector<std::pair<QByteArray, std::vector<PendingDelete>>>& work);
     void flushAll();
     // A command that failed: its messages are read again from the server (where they still
     // are), and the failure names each one.
@@ -150,6 +160,7 @@ class ImapMailboxes {
     }
 
     std::unique_ptr<ImapConnection> connection_;
+    long extraCommands_ = 0;  // sent by connections that deleted side by side
     std::function<void()> yield_;
     QString idFile_;
     Batching batching_;
