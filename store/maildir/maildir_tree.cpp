@@ -93,6 +93,31 @@ void listDir(const std::string& dir, Visit visit) {
     ::closedir(listing);
 }
 
+// Deletes a folder that was set aside for deletion: its message files side by side (see
+// unlinkSideBySide), then whatever is left.
+void removeSetAside(const std::string& path, std::error_code& error) {
+    constexpr unsigned kThreads = 8;
+    for (const char* sub : {"/cur", "/new", "/tmp"}) {
+        const int fd = openDir(path + sub);
+        DIR* listing = fd >= 0 ? ::fdopendir(fd) : nullptr;
+        if (listing == nullptr) {
+            if (fd >= 0) {
+                ::close(fd);
+            }
+            continue;  // what is not listed here goes below
+        }
+        std::vector<UnlinkJob> jobs;
+        while (const dirent* entry = ::readdir(listing)) {
+            if (entry->d_type == DT_REG) {
+                jobs.push_back({fd, entry->d_name});
+            }
+        }
+        unlinkSideBySide(jobs, kThreads);
+        ::closedir(listing);
+    }
+    std::filesystem::remove_all(path, error);
+}
+
 // A folder's message files as one look at cur/ and new/ finds them, with the times the two
 // directories had just before the look.
 struct FolderListing {
@@ -205,7 +230,7 @@ MaildirTree::MaildirTree(std::string root, QString account)
     });
     for (const std::string& path : leftovers) {
         std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
+        removeSetAside(path, ignored);
     }
     rebuildFolders();
 }
@@ -1150,7 +1175,7 @@ void MaildirTree::removeFolder(const std::string& parent, long position) {
     unsubscribe(root_, names);
     for (const std::string& path : aside) {
         std::error_code error;
-        std::filesystem::remove_all(path, error);
+        removeSetAside(path, error);
         if (error) {
             throw Failure(
                 err::kAutomation,

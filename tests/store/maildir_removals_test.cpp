@@ -232,5 +232,38 @@ TEST_F(MaildirRemovalsTest, ASingleFailureKeepsItsOwnText) {
     EXPECT_EQ(failureOf([&] { store->endChanges(); }), QString());
 }
 
+TEST_F(MaildirRemovalsTest, ADeletedFolderTakesAllItsFilesAndNothingItLinksTo) {
+    QTemporaryDir outside;
+    const QString kept = outside.filePath(QStringLiteral("kept"));
+    {
+        QFile file(kept);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    writer_.addFolder(QStringLiteral(".Old"));
+    writer_.addFolder(QStringLiteral(".Old.Older"));
+    writer_.addFolder(QStringLiteral(".Other"));
+    for (int i = 0; i < 300; ++i) {
+        writer_.deliver(QStringLiteral(".Old"), "Subject: old\n\n", 1600000000 + i,
+                        i % 3 == 0 ? std::nullopt : std::optional<QString>(QStringLiteral("S")));
+        writer_.deliver(QStringLiteral(".Old.Older"), "Subject: older\n\n", 1500000000 + i,
+                        QStringLiteral("S"));
+    }
+    writer_.deliver(QStringLiteral(".Other"), "Subject: other\n\n", 1600000000, std::nullopt);
+    ASSERT_TRUE(QFile::link(kept, at(QStringLiteral(".Old/cur/1.link:2,S"))));
+    StorePtr store = openMaildirStore(root());
+    auto top = store->TopFolder()->Folders();
+    long old = 0;
+    for (long i = 1; i <= top->Count(); ++i) {
+        old = top->Item(i)->Name() == QLatin1String("Old") ? i : old;
+    }
+    ASSERT_NE(old, 0);
+    top->Remove(old);
+    EXPECT_FALSE(QFileInfo::exists(at(QStringLiteral(".Old"))));
+    EXPECT_FALSE(QFileInfo::exists(at(QStringLiteral(".Old.Older"))));
+    EXPECT_TRUE(QDir(root()).entryList({QStringLiteral("tidyfold-*")}, QDir::AllEntries).isEmpty());
+    EXPECT_TRUE(QFile::exists(kept));
+    EXPECT_EQ(QDir(at(QStringLiteral(".Other/new"))).entryList(QDir::Files).size(), 1);
+}
+
 }  // namespace
 }  // namespace tf::store::maildir
