@@ -5,6 +5,7 @@
 #include "tests/conformance/backend.h"
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
+#include "tests/support/loopback_account.h"
 #include "tests/support/temp_home.h"
 
 namespace tf::conformance {
@@ -47,11 +48,7 @@ class ImapBackend : public Backend {
     }
 
     outlook::StorePtr reopen(const QString&) override {
-        store::imap::ImapAccount account;
-        account.user = QStringLiteral("ann");
-        account.host = QStringLiteral("127.0.0.1");
-        account.port = server_->imapPort();
-        account.tls = store::imap::TlsMode::None;
+        store::imap::ImapAccount account = testing::loopbackAccount(server_->imapPort());
         account.displayName = name_;
         auto connection = std::make_unique<store::imap::ImapConnection>(
             account, [] { return QByteArray("secret"); });

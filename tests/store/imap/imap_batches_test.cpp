@@ -17,6 +17,7 @@
 #include "store/maildir/maildir_writer.h"
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
+#include "tests/support/loopback_account.h"
 #include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
 
@@ -73,14 +74,9 @@ class ImapBatchesTest : public ::testing::Test {
     }
 
     StorePtr openThroughProxy(Batching batching, int timeoutSeconds = 30) {
-        ImapAccount account;
-        account.user = QStringLiteral("ann");
-        account.host = QStringLiteral("127.0.0.1");
-        account.port = proxy_->port();
-        account.tls = TlsMode::None;
-        account.displayName = QStringLiteral("ann@127.0.0.1");
         auto connection = std::make_unique<ImapConnection>(
-            account, [] { return QByteArray("secret"); }, timeoutSeconds);
+            testing::loopbackAccount(proxy_->port()), [] { return QByteArray("secret"); },
+            timeoutSeconds);
         return openImapStore(std::move(connection), batching);
     }
 

@@ -15,6 +15,7 @@
 #include "tests/support/failure_text.h"
 #include "tests/support/folder_lookup.h"
 #include "tests/support/imap_test_client.h"
+#include "tests/support/loopback_account.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
@@ -92,14 +93,8 @@ class ImapSideBySideTest : public ::testing::Test {
     }
 
     StorePtr open(Batching batching) {
-        ImapAccount account;
-        account.user = QStringLiteral("ann");
-        account.host = QStringLiteral("127.0.0.1");
-        account.port = proxy_->port();
-        account.tls = TlsMode::None;
-        account.displayName = QStringLiteral("ann@127.0.0.1");
         auto connection = std::make_unique<ImapConnection>(
-            account, [] { return QByteArray("secret"); }, 5);
+            testing::loopbackAccount(proxy_->port()), [] { return QByteArray("secret"); }, 5);
         return openImapStore(std::move(connection), batching);
     }
 

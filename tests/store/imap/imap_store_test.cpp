@@ -20,6 +20,7 @@
 #include "store/store_locator.h"
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
+#include "tests/support/loopback_account.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
@@ -114,15 +115,7 @@ class ImapStoreTest : public ::testing::Test {
         }
     }
 
-    ImapAccount plainAccount() const {
-        ImapAccount account;
-        account.user = QStringLiteral("ann");
-        account.host = QStringLiteral("127.0.0.1");
-        account.port = server_->imapPort();
-        account.tls = TlsMode::None;
-        account.displayName = QStringLiteral("ann@127.0.0.1");
-        return account;
-    }
+    ImapAccount plainAccount() const { return testing::loopbackAccount(server_->imapPort()); }
 
     // Opens the account; the secret source counts how often the password was handed over.
     StorePtr open(const ImapAccount& account, Batching batching = {},
@@ -239,11 +232,7 @@ TEST_F(ImapStoreTest, ADeadServerTimesOutInsteadOfHanging) {
     // Accepts the connection and never says a word.
     QTcpServer silent;
     ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
-    ImapAccount account;
-    account.user = QStringLiteral("ann");
-    account.host = QStringLiteral("127.0.0.1");
-    account.port = silent.serverPort();
-    account.tls = TlsMode::None;
+    const ImapAccount account = testing::loopbackAccount(silent.serverPort());
     auto connection = std::make_unique<ImapConnection>(
         account, [this] { return ++secretsGiven_, QByteArray("secret"); }, 1);
     const QString message = failureOf([&] { openImapStore(std::move(connection), {}); });
