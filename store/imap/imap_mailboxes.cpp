@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 #include <algorithm>
 
 #include "common/failure.h"
@@ -78,6 +79,7 @@ ImapMailboxes::ImapMailboxes(std::unique_ptr<ImapConnection> connection, QString
                              Batching batching)
     : connection_(std::move(connection)), idFile_(std::move(idFile)), batching_(batching) {
     loadIds();
+    loadCopies();
 }
 
 QString ImapMailboxes::storeId() const {
@@ -536,6 +538,7 @@ void ImapMailboxes::flushMoves(const QByteArray& only) {
                     for (Uid uid : uids) {
                         copiesUnconfirmed_.erase({key, uid});
                     }
+                    saveCopies();
                     return *copiedBefore;
                 });
             } catch (const Failure& failure) {
@@ -605,10 +608,10 @@ CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids) {
     std::optional<TrashMark> earliest;
     for (Uid uid : uids) {
         const auto found = copiesUnconfirmed_.find({box.key, uid});
-        if (found == copiesUnconfirmed_.end()) {
-            continue;
+        if (found == copiesUnconfirmed_.end() || found->second.sourceValidity != box.uidValidity) {
+            continue;  // never copied, or another message of an earlier numbering
         }
-        const TrashMark& mark = found->second;
+        const TrashMark& mark = found->second.trash;
         if (!earliest) {
             earliest = mark;
         } else if (mark.uidValidity != earliest->uidValidity) {
@@ -634,8 +637,10 @@ CopiedUids ImapMailboxes::copyToTrash(Mailbox& box, const UidList& uids) {
     const TrashMark before =
         trash.uidNext > 0 ? TrashMark{trash.uidValidity, trash.uidNext} : TrashMark{};
     for (Uid uid : rest) {
-        copiesUnconfirmed_.try_emplace({box.key, uid}, before);
+        copiesUnconfirmed_.insert_or_assign({box.key, uid},
+                                            UnconfirmedCopy{box.uidValidity, before});
     }
+    saveCopies();  // before the copy: a process killed after it must still know
     CopiedUids copied = connection_->copy(rest, trashKey_);
     if (!there.pairs.empty() && copied.uidValidity == there.uidValidity) {
         copied.pairs.insert(copied.pairs.end(), there.pairs.begin(), there.pairs.end());
@@ -909,6 +914,58 @@ void ImapMailboxes::saveIds() {
         file.write(unsavedIds_);
     }
     unsavedIds_.clear();
+}
+
+QString ImapMailboxes::copiesFile() const {
+    return idFile_.isEmpty() ? QString() : idFile_ + QStringLiteral(".copies");
+}
+
+// One line per message: folder (hex), its UIDVALIDITY, UID, Deleted Items' UIDVALIDITY and the
+// UID its copies come from.
+void ImapMailboxes::saveCopies() const {
+    const QString path = copiesFile();
+    if (path.isEmpty()) {
+        return;
+    }
+    if (copiesUnconfirmed_.empty()) {
+        QFile::remove(path);
+        return;
+    }
+    QDir().mkpath(QFileInfo(path).path());
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return;  // only the next run's guard against copying twice is lost
+    }
+    for (const auto& [where, copy] : copiesUnconfirmed_) {
+        file.write(where.first.toHex() + '\t' + QByteArray::number(copy.sourceValidity) + '\t' +
+                   QByteArray::number(where.second) + '\t' +
+                   QByteArray::number(copy.trash.uidValidity) + '\t' +
+                   QByteArray::number(copy.trash.from) + '\n');
+    }
+    file.commit();
+}
+
+void ImapMailboxes::loadCopies() {
+    QFile file(copiesFile());
+    if (copiesFile().isEmpty() || !file.open(QIODevice::ReadOnly)) {
+        return;
+    }
+    while (!file.atEnd()) {
+        const QList<QByteArray> parts = file.readLine().trimmed().split('\t');
+        bool ok[4] = {false, false, false, false};
+        if (parts.size() != 5) {
+            continue;
+        }
+        const auto sourceValidity = parts[1].toUInt(&ok[0]);
+        const auto uid = parts[2].toUInt(&ok[1]);
+        const auto trashValidity = parts[3].toUInt(&ok[2]);
+        const auto from = parts[4].toUInt(&ok[3]);
+        if (ok[0] && ok[1] && ok[2] && ok[3]) {
+            copiesUnconfirmed_.insert_or_assign(
+                {QByteArray::fromHex(parts[0]), uid},
+                UnconfirmedCopy{sourceValidity, TrashMark{trashValidity, from}});
+        }
+    }
 }
 
 void ImapMailboxes::loadIds() {

@@ -152,6 +152,9 @@ class ImapMailboxes {
     void rememberId(const QString& current, const QString& original);
     void saveIds();
     void loadIds();
+    QString copiesFile() const;
+    void saveCopies() const;
+    void loadCopies();
 
     void yieldNow() const {
         if (yield_) {
@@ -176,8 +179,13 @@ class ImapMailboxes {
     std::map<QByteArray, std::vector<PendingMove>> moves_;
     std::map<QByteArray, std::vector<PendingDelete>> deletes_;
     // Messages whose copy to Deleted Items was sent but which are not yet expunged where they
-    // were (folder, UID), with where Deleted Items stood before.
-    std::map<std::pair<QByteArray, Uid>, TrashMark> copiesUnconfirmed_;
+    // were (folder, UID), with the folder's UIDVALIDITY and where Deleted Items stood before.
+    // Kept on disk too, so that a run after a killed one does not copy them again.
+    struct UnconfirmedCopy {
+        std::uint32_t sourceValidity = 0;
+        TrashMark trash;
+    };
+    std::map<std::pair<QByteArray, Uid>, UnconfirmedCopy> copiesUnconfirmed_;
     QStringList failures_;
     QStringList notes_;
     // A moved message keeps the EntryID it was first read with: its id in Deleted Items -> the

@@ -480,6 +480,48 @@ TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItem
     }
 }
 
+TEST_F(ImapStoreTest, WithoutMoveACopyMadeBeforeTheProgramEndedIsNotCopiedAgainAfterARestart) {
+    testing::DovecotOptions options;
+    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+    ASSERT_TRUE(startServer(options));
+    fill("INBOX", 20, false);
+    testing::TcpProxy proxy(server_->imapPort());
+    ImapAccount account = plainAccount();
+    account.port = proxy.port();
+    {
+        // The copy is made, then the connection drops for good and the program ends, as one
+        // killed between the copy and the expunge would: nothing of it is left in memory.
+        StorePtr store = open(account, {}, "secret", 5);
+        auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+        proxy.cutAfterText("[COPYUID", testing::TcpProxy::Toward::Client);
+        proxy.refuseNewConnections(true);
+        store->beginChanges();
+        for (int i = 0; i < 10; ++i) {
+            inbox->Item(1)->Delete();
+        }
+        EXPECT_FALSE(failureOf([&] { store->endChanges(); }).isEmpty());
+        testing::ImapTestClient check(server_->imapPort());
+        ASSERT_EQ(check.messageIds("Trash").size(), 10);
+    }
+    proxy.refuseNewConnections(false);
+    StorePtr store = open(account, {}, "secret", 5);
+    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+    ASSERT_EQ(inbox->Count(), 20);
+    store->beginChanges();
+    for (int i = 0; i < 10; ++i) {
+        inbox->Item(1)->Delete();
+    }
+    EXPECT_EQ(failureOf([&] { store->endChanges(); }), QString());
+    const std::multiset<QString> all = everyMessageId(server_->imapPort());
+    EXPECT_EQ(all.size(), 20u);
+    EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 20u);
+    testing::ImapTestClient check(server_->imapPort());
+    EXPECT_EQ(check.messageIds("Trash").size(), 10);
+    EXPECT_EQ(check.messageIds("INBOX").size(), 10);
+    // Confirmed copies are forgotten: the next run has nothing to look for.
+    EXPECT_FALSE(QFile::exists(movedIdsFile(account) + QStringLiteral(".copies")));
+}
+
 TEST_F(ImapStoreTest, WithoutMoveARunThatFailedAfterTheCopyIsNotCopiedAgainByTheNext) {
     testing::DovecotOptions options;
     options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
