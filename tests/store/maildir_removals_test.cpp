@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <cerrno>
+#include <numeric>
 
 #include "outlook/constants.h"
 #include "store/maildir/maildir_store.h"
@@ -94,6 +95,15 @@ class MaildirRemovalsTest : public ::testing::Test {
             store->GetItemFromID(id)->Delete();
         }
     }
+    // Opens the tree and, in a change group left open, deletes the Inbox's messages at these
+    // positions for good.
+    StorePtr openAndDeleteForGood(const std::vector<int>& positions) {
+        StorePtr store = openMaildirStore(root());
+        const QStringList ids = idsOf(store, positions);
+        store->beginChanges();
+        deleteForGood(store, ids);
+        return store;
+    }
     static QStringList idsOf(const StorePtr& store, const std::vector<int>& positions) {
         QStringList ids;
         auto items = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
@@ -166,10 +176,7 @@ TEST_F(MaildirRemovalsTest, ManyBatchesInOneGroupDeleteExactlyWhatWasAskedFor) {
 
 TEST_F(MaildirRemovalsTest, AMessageGivenNewFlagsMeanwhileIsStillDeleted) {
     const QStringList names = fill(3);
-    StorePtr store = openMaildirStore(root());
-    const QStringList ids = idsOf(store, {1, 2});
-    store->beginChanges();
-    deleteForGood(store, ids);
+    StorePtr store = openAndDeleteForGood({1, 2});
     // mbsync or a mail client marks the first one answered before the batch goes.
     QString answered = names[0];
     answered.replace(QStringLiteral(":2,S"), QStringLiteral(":2,RS"));
@@ -183,14 +190,9 @@ TEST_F(MaildirRemovalsTest, AMessageGivenNewFlagsMeanwhileIsStillDeleted) {
 
 TEST_F(MaildirRemovalsTest, WhatCouldNotBeDeletedIsNamedAndTheRestStillGoes) {
     const QStringList names = fill(20);
-    StorePtr store = openMaildirStore(root());
-    std::vector<int> all;
-    for (int i = 1; i <= 20; ++i) {
-        all.push_back(i);
-    }
-    const QStringList ids = idsOf(store, all);
-    store->beginChanges();
-    deleteForGood(store, ids);
+    std::vector<int> all(20);
+    std::iota(all.begin(), all.end(), 1);
+    StorePtr store = openAndDeleteForGood(all);
     // Another program deletes twelve of them first, and puts a directory in place of one more.
     for (int i = 0; i < 12; ++i) {
         ASSERT_TRUE(QFile::remove(at(QStringLiteral("cur/") + names[i])));
@@ -214,10 +216,7 @@ TEST_F(MaildirRemovalsTest, WhatCouldNotBeDeletedIsNamedAndTheRestStillGoes) {
 
 TEST_F(MaildirRemovalsTest, ASingleFailureKeepsItsOwnText) {
     const QStringList names = fill(2);
-    StorePtr store = openMaildirStore(root());
-    const QStringList ids = idsOf(store, {1, 2});
-    store->beginChanges();
-    deleteForGood(store, ids);
+    StorePtr store = openAndDeleteForGood({1, 2});
     ASSERT_TRUE(QFile::remove(at(QStringLiteral("cur/") + names[1])));
     ASSERT_TRUE(QDir(at(QStringLiteral("cur"))).mkdir(names[1]));
     const QString failure = failureOf([&] { store->endChanges(); });

@@ -18,6 +18,7 @@
 #include "tests/support/dovecot_server.h"
 #include "tests/support/imap_test_client.h"
 #include "tests/support/loopback_account.h"
+#include "tests/support/proxied_dovecot.h"
 #include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
 
@@ -45,32 +46,22 @@ int reportNumber(const QString& subject) {
     return subject.section(QLatin1Char(' '), 1).toInt();
 }
 
-class ImapBatchesTest : public ::testing::Test {
+class ImapBatchesTest : public testing::ProxiedDovecotTest {
   protected:
     // An Inbox of kMessages messages "Report 1".. written before the server starts, and a
     // proxy in front of the server that counts round trips.
     void SetUp() override {
-        ASSERT_TRUE(dir_.isValid());
-        const QString where = dir_.filePath(QStringLiteral("server"));
-        QDir().mkpath(where);
-        server_ = std::make_unique<testing::DovecotServer>(where);
-        maildir::MaildirWriter writer(server_->mailDir());
-        writer.addFolder(QStringLiteral(".Trash"));
-        const QDateTime start(QDate(2020, 1, 1), QTime(10, 0));
-        for (int i = 1; i <= kMessages; ++i) {
-            maildir::MailToWrite mail;
-            mail.subject = QStringLiteral("Report %1").arg(i);
-            mail.senderName = QStringLiteral("Ann Jensen");
-            mail.date = start.addSecs(i * 60);
-            mail.messageId = QStringLiteral("report-%1@example.org").arg(i);
-            mail.body = QStringLiteral("Hello.");
-            writer.deliver(QString(), maildir::composeMail(mail), 1600000000 + i, std::nullopt);
-        }
-        testing::DovecotServer::giveToMailUser(where + QStringLiteral("/home"));
-        QString why;
-        ASSERT_TRUE(server_->start(why)) << why.toStdString();
-        proxy_ = std::make_unique<testing::TcpProxy>(server_->imapPort());
-        ASSERT_NE(proxy_->port(), 0);
+        ASSERT_NO_FATAL_FAILURE(startWith([](maildir::MaildirWriter& writer) {
+            const QDateTime start(QDate(2020, 1, 1), QTime(10, 0));
+            for (int i = 1; i <= kMessages; ++i) {
+                writer.deliver(
+                    QString(),
+                    testing::testMail(QStringLiteral("Report %1").arg(i),
+                                      QStringLiteral("Ann Jensen"), start.addSecs(i * 60),
+                                      QStringLiteral("report-%1@example.org").arg(i)),
+                    1600000000 + i, std::nullopt);
+            }
+        }));
     }
 
     StorePtr openThroughProxy(Batching batching, int timeoutSeconds = 30) {
@@ -113,11 +104,6 @@ class ImapBatchesTest : public ::testing::Test {
                                    << (extra.empty() ? 0 : extra.front());
         EXPECT_TRUE(check.messageIds("Trash").isEmpty());
     }
-
-    testing::TempHome home_;
-    QTemporaryDir dir_;
-    std::unique_ptr<testing::DovecotServer> server_;
-    std::unique_ptr<testing::TcpProxy> proxy_;
 };
 
 TEST_F(ImapBatchesTest, AFolderIsReadFourChunksToARoundTripInTheServersOrder) {

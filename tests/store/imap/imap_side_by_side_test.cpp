@@ -16,6 +16,7 @@
 #include "tests/support/folder_lookup.h"
 #include "tests/support/imap_test_client.h"
 #include "tests/support/loopback_account.h"
+#include "tests/support/proxied_dovecot.h"
 #include "tests/support/qt_printers.h"
 #include "tests/support/tcp_proxy.h"
 #include "tests/support/temp_home.h"
@@ -56,39 +57,28 @@ const QStringList kFolders = {QString(), QStringLiteral(".Archive"), QStringLite
                               QStringLiteral(".Projects")};
 const QList<QByteArray> kMailboxes = {"INBOX", "Archive", "Lists", "Projects"};
 
-class ImapSideBySideTest : public ::testing::Test {
+class ImapSideBySideTest : public testing::ProxiedDovecotTest {
   protected:
     // Four folders of kPerFolder messages, "f-n@example.org" the Message-ID of folder f's n-th.
     void SetUp() override {
-        ASSERT_TRUE(dir_.isValid());
-        const QString where = dir_.filePath(QStringLiteral("server"));
-        QDir().mkpath(where);
-        server_ = std::make_unique<testing::DovecotServer>(where);
-        maildir::MaildirWriter writer(server_->mailDir());
-        writer.addFolder(QStringLiteral(".Trash"));
-        for (int f = 0; f < kFolders.size(); ++f) {
-            if (!kFolders[f].isEmpty()) {
-                writer.addFolder(kFolders[f]);
+        ASSERT_NO_FATAL_FAILURE(startWith([](maildir::MaildirWriter& writer) {
+            for (int f = 0; f < kFolders.size(); ++f) {
+                if (!kFolders[f].isEmpty()) {
+                    writer.addFolder(kFolders[f]);
+                }
+                fillFolder(writer, f);
             }
-            fillFolder(writer, f);
-        }
-        testing::DovecotServer::giveToMailUser(where + QStringLiteral("/home"));
-        QString why;
-        ASSERT_TRUE(server_->start(why)) << why.toStdString();
-        proxy_ = std::make_unique<testing::TcpProxy>(server_->imapPort());
-        ASSERT_NE(proxy_->port(), 0);
+        }));
     }
 
     static void fillFolder(maildir::MaildirWriter& writer, int f) {
         const QDateTime start(QDate(2021, 3, 1), QTime(9, 0));
         for (int n = 1; n <= kPerFolder; ++n) {
-            maildir::MailToWrite mail;
-            mail.subject = QStringLiteral("Note %1").arg(n);
-            mail.senderName = QStringLiteral("Bo Lund");
-            mail.date = start.addSecs(n * 60);
-            mail.messageId = QStringLiteral("%1-%2@example.org").arg(f).arg(n);
-            mail.body = QStringLiteral("Hello.");
-            writer.deliver(kFolders[f], maildir::composeMail(mail), 1600000000 + n, std::nullopt);
+            writer.deliver(kFolders[f],
+                           testing::testMail(QStringLiteral("Note %1").arg(n),
+                                             QStringLiteral("Bo Lund"), start.addSecs(n * 60),
+                                             QStringLiteral("<%1-%2@example.org>").arg(f).arg(n)),
+                           1600000000 + n, std::nullopt);
         }
     }
 
@@ -147,11 +137,6 @@ class ImapSideBySideTest : public ::testing::Test {
         ids.sort();
         return ids;
     }
-
-    testing::TempHome home_;
-    QTemporaryDir dir_;
-    std::unique_ptr<testing::DovecotServer> server_;
-    std::unique_ptr<testing::TcpProxy> proxy_;
 };
 
 TEST_F(ImapSideBySideTest,

@@ -85,6 +85,27 @@ class ImapStoreTest : public ::testing::Test {
     void SetUp() override { ASSERT_TRUE(dir_.isValid()); }
 
     // Starts the server; false (with a failure added) when it does not come up.
+    // A server without MOVE, with that many messages in the Inbox.
+    bool startWithoutMove(int messages) {
+        testing::DovecotOptions options;
+        options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
+        if (!startServer(options)) {
+            return false;
+        }
+        fill("INBOX", messages, false);
+        return true;
+    }
+    // Moves the Inbox's first `count` messages to Deleted Items in one change group; returns what
+    // the end of the group said.
+    static QString moveFirstInGroup(const StorePtr& store, int count) {
+        auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
+        store->beginChanges();
+        for (int i = 0; i < count; ++i) {
+            inbox->Item(1)->Delete();
+        }
+        return failureOf([&] { store->endChanges(); });
+    }
+
     bool startServer(testing::DovecotOptions options = {}) {
         const QString where = dir_.filePath(QStringLiteral("server"));
         QDir().mkpath(where);
@@ -399,10 +420,7 @@ TEST_F(ImapStoreTest, ATrashFolderIsMadeOnceWhenTheServerHasNone) {
 // --- Servers without MOVE or UIDPLUS -----------------------------------------------------------
 
 TEST_F(ImapStoreTest, WithoutMoveMessagesAreCopiedAndOnlyTheirOwnUidsExpunged) {
-    testing::DovecotOptions options;
-    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
-    ASSERT_TRUE(startServer(options));
-    fill("INBOX", 4, false);
+    ASSERT_TRUE(startWithoutMove(4));
     StorePtr store = open(plainAccount());
     // Another program has marked INBOX 4 for deletion; our expunge must leave it.
     {
@@ -425,10 +443,7 @@ TEST_F(ImapStoreTest, WithoutMoveMessagesAreCopiedAndOnlyTheirOwnUidsExpunged) {
 }
 
 TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItemsTwice) {
-    testing::DovecotOptions options;
-    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
-    ASSERT_TRUE(startServer(options));
-    fill("INBOX", 40, false);
+    ASSERT_TRUE(startWithoutMove(40));
     struct Cut {
         const char* where;
         QByteArray text;
@@ -459,11 +474,7 @@ TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItem
         } else {
             proxy.cutInsteadOfText(cut.text, cut.toward);
         }
-        store->beginChanges();
-        for (int i = 0; i < 10; ++i) {
-            inbox->Item(1)->Delete();
-        }
-        store->endChanges();
+        EXPECT_EQ(moveFirstInGroup(store, 10), QString());
         EXPECT_EQ(proxy.cuts(), 1);
 
         testing::ImapTestClient check(server_->imapPort());
@@ -481,10 +492,7 @@ TEST_F(ImapStoreTest, WithoutMoveACutAroundTheCopyNeverPutsAMessageInDeletedItem
 }
 
 TEST_F(ImapStoreTest, WithoutMoveACopyMadeBeforeTheProgramEndedIsNotCopiedAgainAfterARestart) {
-    testing::DovecotOptions options;
-    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
-    ASSERT_TRUE(startServer(options));
-    fill("INBOX", 20, false);
+    ASSERT_TRUE(startWithoutMove(20));
     testing::TcpProxy proxy(server_->imapPort());
     ImapAccount account = plainAccount();
     account.port = proxy.port();
@@ -492,26 +500,16 @@ TEST_F(ImapStoreTest, WithoutMoveACopyMadeBeforeTheProgramEndedIsNotCopiedAgainA
         // The copy is made, then the connection drops for good and the program ends, as one
         // killed between the copy and the expunge would: nothing of it is left in memory.
         StorePtr store = open(account, {}, "secret", 5);
-        auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
         proxy.cutAfterText("[COPYUID", testing::TcpProxy::Toward::Client);
         proxy.refuseNewConnections(true);
-        store->beginChanges();
-        for (int i = 0; i < 10; ++i) {
-            inbox->Item(1)->Delete();
-        }
-        EXPECT_FALSE(failureOf([&] { store->endChanges(); }).isEmpty());
+        EXPECT_FALSE(moveFirstInGroup(store, 10).isEmpty());
         testing::ImapTestClient check(server_->imapPort());
         ASSERT_EQ(check.messageIds("Trash").size(), 10);
     }
     proxy.refuseNewConnections(false);
     StorePtr store = open(account, {}, "secret", 5);
-    auto inbox = store->GetDefaultFolder(outlook::olFolderInbox)->Items();
-    ASSERT_EQ(inbox->Count(), 20);
-    store->beginChanges();
-    for (int i = 0; i < 10; ++i) {
-        inbox->Item(1)->Delete();
-    }
-    EXPECT_EQ(failureOf([&] { store->endChanges(); }), QString());
+    ASSERT_EQ(store->GetDefaultFolder(outlook::olFolderInbox)->Items()->Count(), 20);
+    EXPECT_EQ(moveFirstInGroup(store, 10), QString());
     const std::multiset<QString> all = everyMessageId(server_->imapPort());
     EXPECT_EQ(all.size(), 20u);
     EXPECT_EQ(std::set<QString>(all.begin(), all.end()).size(), 20u);
@@ -523,10 +521,7 @@ TEST_F(ImapStoreTest, WithoutMoveACopyMadeBeforeTheProgramEndedIsNotCopiedAgainA
 }
 
 TEST_F(ImapStoreTest, WithoutMoveARunThatFailedAfterTheCopyIsNotCopiedAgainByTheNext) {
-    testing::DovecotOptions options;
-    options.capability = QStringLiteral("IMAP4rev1 LITERAL+ UIDPLUS");
-    ASSERT_TRUE(startServer(options));
-    fill("INBOX", 20, false);
+    ASSERT_TRUE(startWithoutMove(20));
     testing::TcpProxy proxy(server_->imapPort());
     ImapAccount account = plainAccount();
     account.port = proxy.port();
@@ -538,11 +533,7 @@ TEST_F(ImapStoreTest, WithoutMoveARunThatFailedAfterTheCopyIsNotCopiedAgainByThe
     // the run fails with the messages copied but not yet expunged.
     proxy.cutAfterText("[COPYUID", testing::TcpProxy::Toward::Client);
     proxy.refuseNewConnections(true);
-    store->beginChanges();
-    for (int i = 0; i < 10; ++i) {
-        inbox->Item(1)->Delete();
-    }
-    EXPECT_FALSE(failureOf([&] { store->endChanges(); }).isEmpty());
+    EXPECT_FALSE(moveFirstInGroup(store, 10).isEmpty());
     EXPECT_EQ(proxy.cuts(), 1);
     {
         testing::ImapTestClient check(server_->imapPort());
@@ -553,11 +544,7 @@ TEST_F(ImapStoreTest, WithoutMoveARunThatFailedAfterTheCopyIsNotCopiedAgainByThe
     // The server is back; the same messages are cleaned again.
     proxy.refuseNewConnections(false);
     ASSERT_EQ(inbox->Count(), 20);
-    store->beginChanges();
-    for (int i = 0; i < 10; ++i) {
-        inbox->Item(1)->Delete();
-    }
-    store->endChanges();
+    EXPECT_EQ(moveFirstInGroup(store, 10), QString());
     testing::ImapTestClient check(server_->imapPort());
     const QStringList trash = check.messageIds("Trash");
     EXPECT_EQ(trash.size(), 10);
