@@ -249,6 +249,38 @@ TEST_F(ImapTlsTest, TheAccountsCaFileMakesTheCertificateTrusted) {
     EXPECT_EQ(secretsGiven_, 2);
 }
 
+TEST_F(ImapTlsTest, ConnectionsThatDeleteSideBySideCheckTheServerAndSignInLikeTheFirst) {
+    ASSERT_TRUE(startTlsServer(QStringLiteral("127.0.0.1")));
+    for (const QByteArray& folder : {QByteArray("Work"), QByteArray("Home"), QByteArray("Club")}) {
+        fill(folder, 12);
+    }
+    ImapAccount account = tlsAccount(TlsMode::Implicit);
+    account.caFile = ca_->caFile();
+    Batching batching;
+    batching.deleteConnections = 3;
+    batching.sideBySideFrom = 10;
+    batching.uidsPerCommand = 5;
+    StorePtr store = open(account, batching);
+    ASSERT_EQ(secretsGiven_, 1);
+    std::vector<outlook::ItemsPtr> folders;
+    for (const char* name : {"Work", "Home", "Club"}) {
+        folders.push_back(childNamed(store->TopFolder(), QString::fromLatin1(name))->Items());
+    }
+    store->beginChanges();
+    for (const outlook::ItemsPtr& items : folders) {
+        for (long i = items->Count(); i >= 1; --i) {
+            items->Remove(i);
+        }
+    }
+    EXPECT_EQ(failureOf([&] { store->endChanges(); }), QString());
+    // Two more sign-ins, each after its own check of the certificate against the account's CA.
+    EXPECT_EQ(secretsGiven_, 3);
+    testing::ImapTestClient check(server_->imapPort());
+    for (const QByteArray& folder : {QByteArray("Work"), QByteArray("Home"), QByteArray("Club")}) {
+        EXPECT_TRUE(check.messageIds(folder).isEmpty()) << folder.toStdString();
+    }
+}
+
 TEST_F(ImapStoreTest, ADeadServerTimesOutInsteadOfHanging) {
     // Accepts the connection and never says a word.
     QTcpServer silent;
