@@ -45,6 +45,20 @@ std::vector<std::vector<T>> chunks(const std::vector<T>& all, std::size_t size) 
     return out;
 }
 
+// Deletions as they go out: sets of at most uidsPerCommand UIDs, setsPerWrite sets written
+// together. Every connection that deletes groups them alike.
+template <typename T>
+std::vector<std::vector<std::vector<T>>> deletionGroups(const std::vector<T>& all,
+                                                        const Batching& batching) {
+    return chunks(chunks(all, batching.uidsPerCommand),
+                  std::max<std::size_t>(1, batching.setsPerWrite));
+}
+
+// How many deletions the first `groups` groups hold.
+std::size_t deletionsIn(std::size_t groups, const Batching& batching) {
+    return groups * batching.uidsPerCommand * std::max<std::size_t>(1, batching.setsPerWrite);
+}
+
 }  // namespace
 
 QString displayNameOf(const QByteArray& part) {
@@ -724,8 +738,6 @@ void ImapMailboxes::deleteSideBySide(
         return;
     }
     const std::vector<std::size_t> taker = shareOut(sizes, connections);
-    const std::size_t perSet = batching_.uidsPerCommand;
-    const std::size_t setsPerGroup = std::max<std::size_t>(1, batching_.setsPerWrite);
     SideBySide others;
     std::vector<std::vector<std::size_t>> shares(connections);
     try {
@@ -738,7 +750,7 @@ void ImapMailboxes::deleteSideBySide(
                 FolderDeletion& folder = folders.emplace_back();
                 folder.key = work[f].first;
                 folder.uidValidity = folders_[work[f].first].uidValidity;
-                for (const auto& group : chunks(chunks(work[f].second, perSet), setsPerGroup)) {
+                for (const auto& group : deletionGroups(work[f].second, batching_)) {
                     std::vector<UidList>& sets = folder.groups.emplace_back();
                     for (const std::vector<PendingDelete>& part : group) {
                         UidList& uids = sets.emplace_back();
@@ -776,7 +788,7 @@ void ImapMailboxes::deleteSideBySide(
         const std::vector<FolderDeletion>& results = others.results()[share++];
         for (std::size_t k = 0; k < shares[c].size(); ++k) {
             const auto& [key, ready] = work[shares[c][k]];
-            const std::size_t from = results[k].groupsDone * perSet * setsPerGroup;
+            const std::size_t from = deletionsIn(results[k].groupsDone, batching_);
             if (from < ready.size()) {
                 left.emplace_back(
                     key, std::vector<PendingDelete>(
@@ -793,8 +805,7 @@ void ImapMailboxes::deleteOnMain(const QByteArray& key, const std::vector<Pendin
         return;
     }
     Mailbox& box = found->second;
-    const auto parts = chunks(ready, batching_.uidsPerCommand);
-    for (const auto& group : chunks(parts, std::max<std::size_t>(1, batching_.setsPerWrite))) {
+    for (const auto& group : deletionGroups(ready, batching_)) {
         std::vector<UidList> sets;
         std::vector<std::vector<QString>> subjects;
         for (const std::vector<PendingDelete>& part : group) {
